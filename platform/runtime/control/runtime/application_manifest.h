@@ -1,0 +1,39 @@
+#ifndef RUNTIME_APPLICATION_MANIFEST_H_
+#define RUNTIME_APPLICATION_MANIFEST_H_
+
+#include <set>
+#include <stdexcept>
+#include <string>
+
+namespace runtime {
+
+/// What a web application declares about itself: one JSON object, in a file named "manifest.json"
+/// beside its start page. Unknown keys are ignored.
+///
+///   { "name": "Demo", "start": "index.html", "privileges": ["sso.partner", "sso.platform"] }
+struct ApplicationManifest {
+    std::string name;                  ///< required, not empty
+    std::string start;                 ///< required; a relative path that stays inside the folder
+    std::set<std::string> privileges;  ///< optional; full identifiers, see privilegeIdentifier()
+};
+
+/// A manifest or a privilege that cannot be used. what() is one line for a person and names the
+/// file and the key.
+class ManifestError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// @throws ManifestError  when the file is missing, is no JSON, or breaks a rule above.
+ApplicationManifest readManifest(const std::string& path);
+
+/// The full identifier of a privilege: "partner" and "sso.partner" become the URL with the path
+/// "/privilege/sso.partner" below the configured origin (likewise platform and public); text with
+/// "://" is taken as it is.
+///
+/// @throws ManifestError  for any other text.
+std::string privilegeIdentifier(const std::string& name);
+
+}  // namespace runtime
+
+#endif

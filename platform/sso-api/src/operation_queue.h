@@ -1,0 +1,84 @@
+#ifndef SSO_API_OPERATION_QUEUE_H_
+#define SSO_API_OPERATION_QUEUE_H_
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "sso_api.h"
+
+namespace sso_api {
+
+/// What a callback is told; each kind of callback takes the members that it has arguments for.
+struct Outcome {
+    int result = SSO_OK;
+    sso_popup_state_e state = SSO_POPUP_COMPLETED;
+};
+
+/// The outstanding operations of the process. Each delivers exactly one outcome: on the queue's own
+/// thread when it is due, or earlier on the thread that ends it. No lock is held meanwhile. The
+/// thread is started with the first operation, because the library may be loaded in a process that
+/// forks. Any thread.
+class OperationQueue {
+  public:
+    /// Calls the operation's callback; gives what it returned.
+    using Deliver = std::function<int(const Outcome&)>;
+
+    OperationQueue() = default;
+    /// Drops what is outstanding: the process ends, or the library is unloaded.
+    ~OperationQueue();
+    OperationQueue(const OperationQueue&) = delete;
+    OperationQueue& operator=(const OperationQueue&) = delete;
+
+    /// The queue of the process.
+    static OperationQueue& instance();
+
+    /// @param delay  until the operation ends by itself; none: it waits for finish() or endAll().
+    /// @return false while endAll() runs; then nothing was started.
+    bool start(std::optional<std::chrono::milliseconds> delay, const Outcome& outcome,
+               Deliver deliver);
+
+    /// Delivers `outcome` for the operation that was started as number `index` of the outstanding
+    /// ones, on the calling thread.
+    ///
+    /// @return what the callback returned; nothing when there is no such operation.
+    std::optional<int> finish(size_t index, const Outcome& outcome);
+
+    /// Delivers `outcome` for every outstanding operation on the calling thread, and waits for the
+    /// callbacks that run on others.
+    void endAll(const Outcome& outcome);
+
+    size_t outstanding();
+
+  private:
+    using Clock = std::chrono::steady_clock;
+    struct Operation {
+        Clock::time_point due;
+        Outcome outcome;
+        Deliver deliver;
+    };
+    using Operations = std::list<Operation>;
+
+    /// Takes the operation out and delivers; `lock` is released meanwhile.
+    int deliver(std::unique_lock<std::mutex>& lock, Operations::iterator operation,
+                const Outcome& outcome);
+    void work();
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    Operations m_operations;  ///< the oldest first
+    /// Callbacks that run, without those whose thread waits in endAll() itself: they would wait
+    /// for themselves, or for each other.
+    int m_running = 0;
+    int m_ending = 0;  ///< calls of endAll() under way
+    bool m_stopping = false;
+    std::thread m_thread;
+};
+
+}  // namespace sso_api
+
+#endif

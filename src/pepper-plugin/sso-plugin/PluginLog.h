@@ -1,0 +1,33 @@
+#ifndef PLUGIN_LOG_H_
+#define PLUGIN_LOG_H_
+
+#include "dlog.h"
+
+// The plug-in's log lines: "<file>: <function>(<line>) > <colour><text><reset>".
+//
+// They are read by people and by tools that count on file, function and line number. The numbers
+// are part of that output: they stay when code moves, so a log call names its number.
+
+/// The format of a line of each kind, for a text literal that may hold conversions of its own.
+#define SSO_FLOW_FORMAT(text) "%s: %s(%d) > \033[0;32m" text "\033[0;m"
+#define SSO_DETAIL_FORMAT(text) "%s: %s(%d) > \033[0;33m" text "\033[0;m"
+#define SSO_ERROR_FORMAT(text) "%s: %s(%d) > \033[0;31m" text "\033[0;m"
+
+// Usage: SSO_LOG_x(text, line, arguments of the text...). The file that logs defines kLogTag and
+// kLogFile, its own base name. Macros, because each line has its format as one literal and takes
+// the name of the function it stands in.
+
+/// The course of things.
+#define SSO_LOG_FLOW(text, ...)                                                           \
+    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_WARNING, kLogTag, SSO_FLOW_FORMAT(text), \
+                 kLogFile, __func__, __VA_ARGS__)
+/// What helps to follow it closely.
+#define SSO_LOG_DETAIL(text, ...)                                                                  \
+    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_INFO, kLogTag, SSO_DETAIL_FORMAT(text), kLogFile, \
+                 __func__, __VA_ARGS__)
+/// What went wrong.
+#define SSO_LOG_ERROR(text, ...)                                                             \
+    __dlog_print(DLOG_BUFFER_SYSTEM, DLOG_PRIORITY_WARNING, kLogTag, SSO_ERROR_FORMAT(text), \
+                 kLogFile, __func__, __VA_ARGS__)
+
+#endif

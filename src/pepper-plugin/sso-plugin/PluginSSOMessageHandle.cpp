@@ -1,0 +1,305 @@
+#include "PluginSSOMessageHandle.h"
+
+// A handler without an instance is a broken module: it stops the process in release builds too.
+#undef NDEBUG
+#include <array>
+#include <cassert>
+
+#include "PluginLog.h"
+#include "SSOProtocol.h"
+#include "extension/extension_system_korvane_wrt.h"
+#include "ppapi/c/pp_errors.h"
+#include "ppapi/cpp/message_loop.h"
+#include "vconf.h"
+
+namespace {
+
+constexpr char kLogTag[] = "QPP_BASE";
+constexpr char kLogFile[] = "PluginSSOMessageHandle";
+
+constexpr char kPrivilegePartner[] = SSO_PRIVILEGE_ORIGIN "/privilege/sso.partner";
+constexpr char kPrivilegePlatform[] = SSO_PRIVILEGE_ORIGIN "/privilege/sso.platform";
+constexpr char kPrivilegePublic[] = SSO_PRIVILEGE_ORIGIN "/privilege/sso.public";
+
+constexpr size_t kMaxKeys = 3;
+/// Texts of a request, in the order of the command's keys.
+using Texts = std::array<std::string, kMaxKeys>;
+
+struct RequiredKey {
+    const char* key;
+    const char* errorMessage;  // of the answer when the key is missing or no string
+};
+
+bool hasString(const pp::VarDictionary& request, const char* key) {
+    return request.HasKey(key) && request.Get(key).is_string();
+}
+
+/// The row with that name, null when there is none. Exact: case and blanks count.
+template <typename Row, size_t size>
+const Row* findCommand(const Row (&rows)[size], const std::string& command) {
+    for (const Row& row : rows) {
+        if (command == row.name) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+// Which privilege a command needs. Each needs exactly one.
+struct CPluginSSOMessageHandler::CommandPrivilege {
+    const char* name;
+    bool CPluginSSOMessageHandler::*held;
+};
+
+const CPluginSSOMessageHandler::CommandPrivilege CPluginSSOMessageHandler::kCommandPrivileges[] = {
+    {SSO_COMMAND_SHOW_LOGIN_PAGE, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_CREATE_ACCOUNT, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_GET_GUID, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_GET_LOGIN_UID, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_GET_LOGIN_STATUS, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_GET_ACCESS_TOKEN, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_GET_VERSION, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_SHOW_TERMS_PAGE, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_GET_MAPPING_LIST, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_ADD_MAPPING, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_REMOVE_MAPPING, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_GET_TERMS_STATE, &CPluginSSOMessageHandler::m_bPrivilegePartner},
+    {SSO_COMMAND_GET_SSO_STATE, &CPluginSSOMessageHandler::m_bPrivilegePlatform},
+};
+
+// A command that starts an operation of the client library; its callback answers later.
+struct CPluginSSOMessageHandler::AsyncCommand {
+    const char* name;
+    const char* logFormat;
+    int logLine;
+    RequiredKey required[kMaxKeys];  // checked in this order; fewer end with a null key
+    const char* read[kMaxKeys];      // whose texts `start` gets, checked or not
+    int (*start)(const Texts& texts, CPluginSSOMessageHandler* self);
+    const char* failure;  // error message when it could not be started
+};
+
+const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCommands[] = {
+    {SSO_COMMAND_SHOW_LOGIN_PAGE,
+     SSO_DETAIL_FORMAT(SSO_COMMAND_SHOW_LOGIN_PAGE),
+     140,
+     {{SSO_KEY_DATA, SSO_MESSAGE_PARAM_INVALID}},
+     {SSO_KEY_DATA},
+     [](const Texts& texts, CPluginSSOMessageHandler* self) {
+         return sso_show(nullptr, 0, texts[0].c_str(), &m_ShowSSOLoginCallBack, self);
+     },
+     "show login failed"},
+};
+
+// A command that is answered at once.
+struct CPluginSSOMessageHandler::BlockingCommand {
+    const char* name;
+    const char* logFormat;
+    int logLine;
+    pp::Var (CPluginSSOMessageHandler::*answer)(const pp::VarDictionary& request);
+};
+
+const CPluginSSOMessageHandler::BlockingCommand CPluginSSOMessageHandler::kBlockingCommands[] = {
+    {SSO_COMMAND_GET_VERSION, SSO_DETAIL_FORMAT(SSO_COMMAND_GET_VERSION), 310,
+     &CPluginSSOMessageHandler::getVersion},
+};
+
+CPluginSSOMessageHandler::CPluginSSOMessageHandler(pp::Instance* instance)
+    : m_poInstance(instance),
+      m_bPrivilegePartner(false),
+      m_bPrivilegePlatform(false),
+      m_bPrivilegePublic(false) {
+    const pp::InstanceHandle handle(instance);
+    pp::ExtensionSystemKorvaneWRT extension(handle);
+    m_bPrivilegePartner = extension.CheckPrivilege(pp::Var(kPrivilegePartner));
+    m_bPrivilegePlatform = extension.CheckPrivilege(pp::Var(kPrivilegePlatform));
+    m_bPrivilegePublic = extension.CheckPrivilege(pp::Var(kPrivilegePublic));
+    SSO_LOG_DETAIL(
+        "check privilege, m_bPrivilegePartner [%d], SSO_PRIVILEGE_PLATFORM [%d], "
+        "SSO_PRIVILEGE_PUBLIC [%d], instance [%p]",
+        28, m_bPrivilegePartner, m_bPrivilegePlatform, m_bPrivilegePublic,
+        static_cast<void*>(instance));
+    assert(instance);
+}
+
+CPluginSSOMessageHandler::~CPluginSSOMessageHandler() {
+    SSO_LOG_FLOW("Destructor called start", 35);
+    __atomic_store_n(&m_poInstance, nullptr, __ATOMIC_RELEASE);
+    // Nobody here subscribes to these keys; whoever did in this process is withdrawn.
+    vconf_ignore_key_changed("memory/sso/login_status", nullptr);
+    vconf_ignore_key_changed("memory/sso/view_status", nullptr);
+    SSO_LOG_FLOW("give proxy start", 45);
+    sso_give_proxy();
+    SSO_LOG_FLOW("give proxy end", 47);
+    SSO_LOG_FLOW("Destructor called end", 48);
+}
+
+void CPluginSSOMessageHandler::Register() {
+    if (m_poInstance->RegisterMessageHandler(this, pp::MessageLoop::GetCurrent()) != PP_OK) {
+        // On record as a flow line: a failed registration is part of an instance's normal end.
+        SSO_LOG_FLOW("Error while registering MessageHandler", 379);
+    }
+}
+
+void CPluginSSOMessageHandler::WasUnregistered(pp::InstanceHandle instance) {
+    SSO_LOG_FLOW("WasUnregistered", 385);
+    pp::Instance(instance.pp_instance()).PostMessage(pp::Var("Unregister"));
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): its own copy of the command
+bool CPluginSSOMessageHandler::m_CheckPrivilege(std::string command) {
+    const CommandPrivilege* privilege = findCommand(kCommandPrivileges, command);
+    if (privilege == nullptr) {
+        return false;
+    }
+    SSO_LOG_DETAIL("check %s privilege", 590, command.c_str());
+    return this->*(privilege->held);
+}
+
+// NOLINTBEGIN(performance-unnecessary-value-param): its own copies, callers hand over literals
+void CPluginSSOMessageHandler::m_ResponseData(std::string command, int status,
+                                              std::string errorName, std::string errorMessage,
+                                              std::string* data, pp::Var* dataVar, int count) {
+    // NOLINTEND(performance-unnecessary-value-param)
+    SSO_LOG_DETAIL("START", 56);
+    pp::VarDictionary response;
+    SSO_LOG_DETAIL(
+        "responseData START, command [%s], status [%d], errorName [%s], errorMessage [%s], data "
+        "length [%d]",
+        64, command.c_str(), status, errorName.c_str(), errorMessage.c_str(), count);
+    response.Set(SSO_KEY_STATUS, status);
+    if (!command.empty()) {
+        response.Set(SSO_KEY_COMMAND, command);
+    }
+    if (!errorName.empty()) {
+        response.Set(SSO_KEY_ERROR_NAME, errorName);
+    }
+    if (!errorMessage.empty()) {
+        response.Set(SSO_KEY_ERROR_MESSAGE, errorMessage);
+    }
+    for (int i = 0; i < count; ++i) {
+        if (!dataVar[i].is_null()) {
+            response.Set(data[i], dataVar[i]);
+        }
+    }
+    // Read once: the destructor may clear it at any moment on the main thread.
+    pp::Instance* const instance = __atomic_load_n(&m_poInstance, __ATOMIC_ACQUIRE);
+    if (instance == nullptr) {
+        SSO_LOG_ERROR("m_poInstance is null didn't called PostMessage", 90);
+    } else if (instance->pp_instance() == 0) {
+        SSO_LOG_ERROR("m_poInstance->pp_instance() is null didn't called PostMessage", 97);
+    } else {
+        SSO_LOG_FLOW("send message to web app", 94);
+        instance->PostMessage(response);
+    }
+    SSO_LOG_DETAIL("m_ResponseData END", 102);
+}
+
+void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
+                                                 const pp::Var& message) {
+    SSO_LOG_FLOW("HandleMessageImpl SSO start", 107);
+    // An instance object stands for the page while its message is handled; nothing reads it.
+    const pp::Instance page(instance.pp_instance());
+    pp::Var noData{pp::Var::Null()};
+    const auto refuse = [this, &noData](const std::string& command, int status,
+                                        const char* errorName, const char* errorMessage) {
+        m_ResponseData(command, status, errorName, errorMessage, nullptr, &noData, 1);
+    };
+
+    if (!message.is_dictionary()) {
+        SSO_LOG_ERROR("The incoming message is invalid", 117);
+        refuse("", SSO_STATUS_FAILED, SSO_ERROR_PARAM_INVALID, "Incoming message is invalid");
+        return;
+    }
+    const pp::VarDictionary request(message);
+    if (!hasString(request, SSO_KEY_COMMAND)) {
+        SSO_LOG_ERROR("The incoming command is invalid", 124);
+        refuse("", SSO_STATUS_FAILED, SSO_ERROR_COMMAND_INVALID, SSO_MESSAGE_COMMAND_INVALID);
+        return;
+    }
+    const std::string command = request.Get(SSO_KEY_COMMAND).AsString();
+    if (!m_CheckPrivilege(command)) {
+        SSO_LOG_ERROR("check SSO Privilege fail", 133);
+        refuse(command, SSO_STATUS_NO_PRIVILEGE, "PrivilegeInvalid", SSO_MESSAGE_NO_PRIVILEGE);
+        return;
+    }
+
+    const AsyncCommand* const row = findCommand(kAsyncCommands, command);
+    if (row == nullptr) {
+        SSO_LOG_ERROR("Command is invalid", 275);
+        refuse("", SSO_STATUS_FAILED, SSO_ERROR_COMMAND_INVALID, "Command no recognized");
+        SSO_LOG_FLOW("HandleMessageImpl end", 278);
+        return;
+    }
+    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_INFO, kLogTag, row->logFormat, kLogFile, __func__,
+                 row->logLine);
+    for (const RequiredKey& required : row->required) {
+        if (required.key != nullptr && !hasString(request, required.key)) {
+            refuse(command, SSO_STATUS_FAILED, SSO_ERROR_PARAM_INVALID, required.errorMessage);
+            return;
+        }
+    }
+    Texts texts;
+    for (size_t i = 0; i < kMaxKeys && row->read[i] != nullptr; ++i) {
+        // A key that is missing or no string reads as the empty text.
+        texts[i] = request.Get(row->read[i]).AsString();
+    }
+    if (row->start(texts, this) == SSO_ERROR_NOT_STARTED) {
+        refuse(command, SSO_STATUS_FAILED, "error", row->failure);
+        return;
+    }
+    SSO_LOG_FLOW("HandleMessageImpl end", 278);
+}
+
+pp::Var CPluginSSOMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle instance,
+                                                            const pp::Var& message) {
+    SSO_LOG_FLOW("HandleBlockingMessageImpl start", 284);
+    // As in HandleMessageImpl.
+    const pp::Instance page(instance.pp_instance());
+    const auto refuse = [this](int code, const char* errorName, const char* errorMessage) {
+        return createMessage(code, pp::Var(pp::Var::Null()), errorName, errorMessage);
+    };
+
+    if (!message.is_dictionary()) {
+        SSO_LOG_ERROR("The incoming message is invalid", 291);
+        return refuse(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                      "Incoming message is not dictionary");
+    }
+    const pp::VarDictionary request(message);
+    if (!hasString(request, SSO_KEY_COMMAND)) {
+        SSO_LOG_ERROR("The incoming command is invalid", 297);
+        return refuse(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                      SSO_MESSAGE_COMMAND_INVALID);
+    }
+    const std::string command = request.Get(SSO_KEY_COMMAND).AsString();
+    if (!m_CheckPrivilege(command)) {
+        SSO_LOG_ERROR("check SSO Privilege fail", 305);
+        return refuse(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE);
+    }
+
+    const BlockingCommand* const row = findCommand(kBlockingCommands, command);
+    if (row == nullptr) {
+        SSO_LOG_DETAIL("unknown command[%s]", 365, command.c_str());
+        return refuse(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command");
+    }
+    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_INFO, kLogTag, row->logFormat, kLogFile, __func__,
+                 row->logLine);
+    return (this->*(row->answer))(request);
+}
+
+pp::Var CPluginSSOMessageHandler::getVersion(const pp::VarDictionary&) {
+    return createMessage(SSO_CODE_OK, pp::Var("1.1"), "", "");
+}
+
+int CPluginSSOMessageHandler::m_ShowSSOLoginCallBack(void* userData, int, sso_popup_state_e state) {
+    auto* const handler = static_cast<CPluginSSOMessageHandler*>(userData);
+    if (handler == nullptr) {
+        SSO_LOG_ERROR("PluginSSO is NULL", 414);
+        return -1;
+    }
+    pp::Var value(static_cast<int32_t>(state));
+    std::string key(SSO_KEY_STATE);
+    handler->m_ResponseData(SSO_COMMAND_SHOW_LOGIN_PAGE, SSO_STATUS_OK, "", "", &key, &value, 1);
+    return 0;
+}

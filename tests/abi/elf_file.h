@@ -1,0 +1,56 @@
+#ifndef ABI_ELF_FILE_H_
+#define ABI_ELF_FILE_H_
+
+#include <gelf.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace elf {
+
+/// What the tests want to know of a shared object, read from the file.
+class ElfFile {
+  public:
+    /// @throws std::runtime_error  when it is no readable ELF file.
+    explicit ElfFile(const std::string& path);
+
+    /// Mangled names of the dynamic symbols.
+    std::set<std::string> definedSymbols() const { return m_defined; }
+    std::set<std::string> undefinedSymbols() const { return m_undefined; }
+
+    /// Values of a dynamic tag; text for DT_SONAME, DT_NEEDED, DT_RPATH and DT_RUNPATH.
+    std::vector<std::string> dynamicTexts(int64_t tag) const;
+    /// 0 when the tag is missing.
+    uint64_t dynamicValue(int64_t tag) const;
+
+    /// The program header of that type, if there is one.
+    const GElf_Phdr* programHeader(uint32_t type) const;
+    /// Whether a section's pages are part of the read-only-after-relocation segment.
+    bool isRelro(const std::string& section) const;
+
+    /// The functions in the slots of a class's virtual table, each as all the names that its
+    /// address has. Empty when the file was stripped of the table's symbol.
+    std::vector<std::set<std::string>> virtualSlots(const std::string& vtableSymbol) const;
+
+  private:
+    struct Symbol {
+        uint64_t address;
+        uint64_t size;
+    };
+
+    std::set<std::string> m_defined;
+    std::set<std::string> m_undefined;
+    std::map<std::string, Symbol> m_symbols;
+    std::map<uint64_t, std::set<std::string>> m_namesAt;
+    std::map<uint64_t, std::set<std::string>> m_relocated;  ///< by the address of the slot
+    std::multimap<int64_t, uint64_t> m_dynamic;
+    std::multimap<int64_t, std::string> m_dynamicTexts;
+    std::map<std::string, GElf_Shdr> m_sections;
+    std::vector<GElf_Phdr> m_programHeaders;
+};
+
+}  // namespace elf
+
+#endif

@@ -1,0 +1,91 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+#include <string>
+
+#include "elf_file.h"
+#include "module_path.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::Not;
+using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
+using Names = std::set<std::string>;
+
+Names startingWith(const std::string& prefix, const Names& names) {
+    Names chosen;
+    std::copy_if(names.begin(), names.end(), std::inserter(chosen, chosen.end()),
+                 [&](const std::string& name) { return name.rfind(prefix, 0) == 0; });
+    return chosen;
+}
+
+Names exportsOf(const std::string& library) {
+    return elf::ElfFile(support::builtPath("lib/" + library)).definedSymbols();
+}
+
+class ThePlugin : public ::testing::Test {
+  protected:
+    const elf::ElfFile m_elf{support::modulePath()};
+};
+
+TEST_F(ThePlugin, ExportsItsFourEntriesAndNothingElse) {
+    EXPECT_EQ(m_elf.definedSymbols(), (Names{"PPP_InitializeModule", "PPP_GetInterface",
+                                             "PPP_ShutdownModule", "_ZN2pp12CreateModuleEv"}));
+}
+
+TEST_F(ThePlugin, IsCalledLibsso) {
+    EXPECT_THAT(m_elf.dynamicTexts(DT_SONAME), ElementsAre("libsso.so"));
+}
+
+TEST_F(ThePlugin, UsesNoSubscribingCallOfTheConfigurationStore) {
+    EXPECT_EQ(startingWith("vconf", m_elf.undefinedSymbols()), Names{"vconf_ignore_key_changed"});
+}
+
+TEST_F(ThePlugin, UsesOfTheLogServiceOnlyThePrintCall) {
+    EXPECT_EQ(startingWith("__dlog", m_elf.undefinedSymbols()), Names{"__dlog_print"});
+    EXPECT_EQ(startingWith("dlog", m_elf.undefinedSymbols()), Names{});
+}
+
+TEST_F(ThePlugin, UsesNoControlInterface) {
+    for (const std::string& name : m_elf.undefinedSymbols()) {
+        EXPECT_EQ(name.find("control"), std::string::npos) << name;
+    }
+}
+
+TEST_F(ThePlugin, NeedsTheSuppliersLibraries) {
+    const auto needed = m_elf.dynamicTexts(DT_NEEDED);
+    for (const char* library : {"libsso_api.so", "libvconf.so", "libdlog.so"}) {
+        EXPECT_EQ(std::count(needed.begin(), needed.end(), library), 1) << library;
+    }
+    EXPECT_THAT(needed, ::testing::Each(Not(StartsWith("libpepper"))));
+}
+
+TEST(TheStandIns, ExportTheirPublicFunctionsAndNothingElse) {
+    EXPECT_EQ(exportsOf("libdlog.so"), (Names{"__dlog_print", "dlog_control_set_sink"}));
+    EXPECT_EQ(exportsOf("libvconf.so"),
+              (Names{"vconf_watch_key_changed", "vconf_ignore_key_changed",
+                     "vconf_control_set_observer", "vconf_control_subscriptions"}));
+    EXPECT_EQ(exportsOf("libsso_api.so"),
+              (Names{"sso_show", "sso_show_term_page", "sso_request_access_token",
+                     "sso_get_cp_account_mapping_list", "sso_add_cp_account_mapping_info",
+                     "sso_remove_cp_account_mapping_info", "sso_get_login_state",
+                     "sso_get_term_state", "sso_get_login_info", "sso_get_guid",
+                     "sso_get_auth_token", "sso_give_proxy", "sso_api_control_set_observer",
+                     "sso_api_control_set_start_result", "sso_api_control_set_popup_end",
+                     "sso_api_control_outstanding", "sso_api_control_finish"}));
+}
+
+TEST(TheStandIns, CarryTheSonamesOfADevice) {
+    for (const char* library : {"libdlog.so", "libvconf.so", "libsso_api.so"}) {
+        EXPECT_THAT(
+            elf::ElfFile(support::builtPath(std::string("lib/") + library)).dynamicTexts(DT_SONAME),
+            ElementsAre(library));
+    }
+}
+
+}  // namespace
