@@ -18,6 +18,9 @@ inline const char* interface_name<PPB_ExtensionSystem_Korvane_0_1>() {
 
 }  // namespace
 
+// Include these wrappers in one source file of a module: the table that was looked up, below, is
+// private to the file.
+
 /// The runtime's vendor interface for one instance, as typed calls. Nothing throws: where the
 /// runtime does not offer the interface, or a call fails, the result is a neutral value. One object
 /// belongs to one thread at a time.

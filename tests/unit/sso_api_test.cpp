@@ -323,6 +323,9 @@ TEST_F(GivingTheProxyBack, RefusesWhatACancelledCallbackStarts) {
     EXPECT_EQ(results, std::vector<int>{-1});
     EXPECT_EQ(collector.now().size(), 1U);
     EXPECT_EQ(collector.show(1), 0);
+    collector.m_inside = [] {};
+    sso_give_proxy();
+    EXPECT_EQ(collector.now().size(), 2U);
 }
 
 TEST_F(GivingTheProxyBack, InTheMiddleOfThousandsLosesAndRepeatsNothing) {

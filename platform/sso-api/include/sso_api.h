@@ -25,8 +25,12 @@ enum {
     SSO_ERROR_INVALID = -4,     /**< a null pointer, or an identifier that is not known */
 };
 
-/** The state in which a popup ended. */
+/** The state in which a popup ended. A device's library may have further ones. */
+#ifdef __cplusplus
+typedef enum sso_popup_state : int {
+#else
 typedef enum sso_popup_state {
+#endif
     SSO_POPUP_COMPLETED = 0, /**< the user went through it */
     SSO_POPUP_CLOSED = 1,    /**< the user closed it */
     SSO_POPUP_FAILED = 2,    /**< it could not be shown to its end */
