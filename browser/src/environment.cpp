@@ -1,0 +1,75 @@
+#include "src/environment.h"
+
+#include <stdlib.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "src/start_error.h"
+#include "wrapper/extension_variables.h"
+
+namespace browser {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kFlagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
+constexpr const char* kMimeType = "application/x-sso-plugin";
+
+void set(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+void setDefault(const char* name, const std::string& value) { setenv(name, value.c_str(), 0); }
+
+/// Whether a path can stand in the engine's switches, where some characters have a meaning and
+/// cannot be quoted.
+bool fitsSwitch(const fs::path& path) {
+    return path.string().find_first_of(" \t\n,;#\"'\\") == std::string::npos;
+}
+
+fs::path wrapperPath(const SessionFolder& folder) {
+    fs::path wrapper = fs::weakly_canonical(programFolder() / "../lib/libsso_browser_wrapper.so");
+    if (!fs::exists(wrapper)) {
+        throw StartError(kExitBadInput, wrapper.string() + ", a part of this browser, is missing");
+    }
+    if (fitsSwitch(wrapper)) return wrapper;
+    fs::path link = folder.path() / "wrapper.so";
+    if (!fitsSwitch(link)) {
+        throw StartError(kExitBadInput, "the temporary folder " + folder.path().string() +
+                                            " must have a plain name, without blanks; set TMPDIR");
+    }
+    fs::create_symlink(wrapper, link);
+    return link;
+}
+
+std::string engineSwitches(const SessionFolder& folder) {
+    // First, so that a level that the user has set wins. The engine's own lines, up to its errors,
+    // are about itself; what goes wrong in the page is on the console.
+    std::string switches = "--log-level=3 ";
+    if (const char* given = getenv(kFlagsVariable)) switches += std::string(given) + " ";
+    switches += "--register-pepper-plugins=" + wrapperPath(folder).string() + ";" + kMimeType;
+    // The plug-in process has to open the plug-in, the libraries behind it and the device's
+    // sockets, which the sandbox forbids. So this browser is for pages that you trust: it is a
+    // development tool for an application that you name.
+    switches += " --no-sandbox";
+    return switches;
+}
+
+}  // namespace
+
+void prepareEnvironment(const Options& options, const Application& application,
+                        const SessionFolder& folder) {
+    set(kFlagsVariable, engineSwitches(folder));
+    set(kModuleVariable, fs::absolute(options.module).lexically_normal().string());
+    const nlohmann::json extension = {{"name", application.name},
+                                      {"grants", application.privileges}};
+    using Json = nlohmann::json;
+    set(kExtensionVariable, extension.dump(-1, ' ', false, Json::error_handler_t::replace));
+    if (options.log) {
+        set("DLOG_LEVEL", "detail");
+    } else {
+        setDefault("DLOG_LEVEL", "silent");
+    }
+    setDefault("MESA_SHADER_CACHE_DISABLE", "true");  // nothing is kept on disk
+    setDefault("XDG_RUNTIME_DIR", folder.path().string());
+}
+
+}  // namespace browser

@@ -1,0 +1,110 @@
+#include <unistd.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QSocketNotifier>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <utility>
+#include <variant>
+
+#include "src/application.h"
+#include "src/child_processes.h"
+#include "src/environment.h"
+#include "src/module_check.h"
+#include "src/options.h"
+#include "src/qt_messages.h"
+#include "src/runner.h"
+#include "src/session_folder.h"
+#include "src/signal_pipe.h"
+#include "src/start_error.h"
+#include "src/xvfb.h"
+
+namespace {
+
+using browser::StartError;
+
+std::optional<QString> readScript(const std::filesystem::path& path) {
+    if (path.empty()) return std::nullopt;
+    QFile file(QString::fromStdString(path.string()));
+    if (!std::filesystem::is_regular_file(path) || !file.open(QIODevice::ReadOnly)) {
+        throw StartError(browser::kExitBadInput, "the script " + path.string() + " cannot be read");
+    }
+    return QString::fromUtf8(file.readAll());
+}
+
+/// Before the page is loaded, as a mistake in a path should not cost a whole run.
+void requireWritable(const std::filesystem::path& path) {
+    namespace fs = std::filesystem;
+    if (path.empty()) return;
+    const fs::path folder = fs::absolute(path).parent_path();
+    const bool writable = fs::exists(path)
+                              ? fs::is_regular_file(path) && access(path.c_str(), W_OK) == 0
+                              : fs::is_directory(folder) && access(folder.c_str(), W_OK) == 0;
+    if (!writable) {
+        throw StartError(browser::kExitBadInput,
+                         "the screenshot " + path.string() + " cannot be written");
+    }
+}
+
+bool hasDisplay() {
+    const auto given = [](const char* name) {
+        const char* value = std::getenv(name);
+        return value != nullptr && *value != '\0';
+    };
+    return given("DISPLAY") || given("WAYLAND_DISPLAY");
+}
+
+int run(const browser::Options& options) {
+    const browser::Application application = browser::findApplication(options);
+    std::optional<QString> script = readScript(options.script);
+    requireWritable(options.screenshot);
+    browser::checkModule(options.module);
+
+    const int signalPipe = browser::openSignalPipe();
+    const browser::SessionFolder folder;
+    browser::prepareEnvironment(options, application, folder);
+    const browser::ChildProcesses children;  // ends them after all that is made below is gone
+    std::optional<browser::Xvfb> display;
+    if (!hasDisplay()) {
+        display.emplace(options.width, options.height);
+        setenv("DISPLAY", display->display().c_str(), 1);
+        setenv("QT_QPA_PLATFORM", "xcb", 1);  // whatever else is preferred has no display
+    }
+
+    browser::installQtMessages(folder);
+    // A development tool leaves nothing behind, so it does without the cache.
+    QCoreApplication::setAttribute(Qt::AA_DisableShaderDiskCache);
+    // Qt is told nothing by the command line, which is this program's own.
+    int argumentCount = 1;
+    char programName[] = "sso-browser";
+    char* arguments[] = {programName, nullptr};
+    const QApplication qtApplication(argumentCount, arguments);
+    const QSocketNotifier notifier(signalPipe, QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, [signalPipe] {
+        unsigned char number = 0;
+        if (read(signalPipe, &number, 1) == 1) QCoreApplication::exit(128 + number);
+    });
+    browser::Runner runner(options, application, std::move(script));
+    runner.start();
+    return QApplication::exec();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        const auto parsed = browser::parseOptions(argc, argv);
+        if (const int* exitCode = std::get_if<int>(&parsed)) return *exitCode;
+        return run(std::get<browser::Options>(parsed));
+    } catch (const StartError& error) {
+        std::fprintf(stderr, "sso-browser: %s\n", error.what());
+        return error.exitCode();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "sso-browser: %s\n", error.what());
+        return browser::kExitFailed;
+    }
+}

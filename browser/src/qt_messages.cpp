@@ -1,0 +1,49 @@
+#include "src/qt_messages.h"
+
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QString>
+#include <cstdio>
+
+#include "src/start_error.h"
+
+namespace browser {
+namespace {
+
+const SessionFolder* folderToRemove = nullptr;
+// While Qt starts, on the main thread: the first warning is the reason of the fatal one, which
+// talks of installing Qt anew.
+QString firstWarning;
+
+void onMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    const bool starting = QCoreApplication::instance() == nullptr || QCoreApplication::startingUp();
+    switch (type) {
+        case QtDebugMsg:
+        case QtInfoMsg:
+            return;
+        case QtWarningMsg:
+        case QtCriticalMsg:
+            if (!starting) {
+                std::fprintf(stderr, "%s\n", qUtf8Printable(message));
+            } else if (firstWarning.isEmpty()) {
+                firstWarning = message;
+            }
+            return;
+        case QtFatalMsg:
+            const QString& reason = firstWarning.isEmpty() ? message : firstWarning;
+            std::fprintf(stderr, "sso-browser: no window can be opened: %s\n",
+                         qUtf8Printable(reason.simplified()));
+            folderToRemove->remove();
+            _exit(kExitFailed);
+    }
+}
+
+}  // namespace
+
+void installQtMessages(const SessionFolder& folder) {
+    folderToRemove = &folder;
+    qInstallMessageHandler(onMessage);
+}
+
+}  // namespace browser

@@ -1,0 +1,28 @@
+#ifndef BROWSER_SESSION_FOLDER_H_
+#define BROWSER_SESSION_FOLDER_H_
+
+#include <filesystem>
+
+namespace browser {
+
+/// A temporary folder that only this user can enter. Goes, with all it holds, with the object.
+class SessionFolder {
+  public:
+    /// @throws StartError  when no folder can be made.
+    SessionFolder();
+    ~SessionFolder();
+    SessionFolder(const SessionFolder&) = delete;
+    SessionFolder& operator=(const SessionFolder&) = delete;
+
+    const std::filesystem::path& path() const { return m_path; }
+
+    /// For an end of the process that runs no destructor.
+    void remove() const;
+
+  private:
+    std::filesystem::path m_path;
+};
+
+}  // namespace browser
+
+#endif

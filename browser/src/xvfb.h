@@ -1,0 +1,36 @@
+#ifndef BROWSER_XVFB_H_
+#define BROWSER_XVFB_H_
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace browser {
+
+/// A virtual display of this program's own. It ends with the object, and with this process however
+/// that ends.
+class Xvfb {
+  public:
+    /// Returns once the display accepts connections. Call on the main thread: the display ends with
+    /// the thread that made it.
+    ///
+    /// @param width,height  of the screen, in pixels.
+    /// @throws StartError   when Xvfb is not installed or does not start.
+    Xvfb(int width, int height);
+    ~Xvfb();
+    Xvfb(const Xvfb&) = delete;
+    Xvfb& operator=(const Xvfb&) = delete;
+
+    /// As the variable DISPLAY wants it.
+    const std::string& display() const { return m_display; }
+
+  private:
+    void end();
+
+    pid_t m_pid = -1;
+    std::string m_display;
+};
+
+}  // namespace browser
+
+#endif

@@ -1,0 +1,108 @@
+// The module that the browser loads in the plug-in's place. It loads the plug-in, forwards the three
+// entry points to it, and adds the one interface that this browser lacks: the runtime's vendor
+// interface, answered by the development table.
+//
+// Nothing happens at load time: the browser loads its modules into the process from which it forks
+// all others. The plug-in is loaded when the plug-in process initialises the module.
+
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+#include "ppapi/c/pp_errors.h"
+#include "ppapi/c/ppp.h"
+#include "runtime/development_extension.h"
+#include "wrapper/extension_variables.h"
+
+namespace {
+
+/// The plug-in's entry points; null until it is initialised. Written once, on the module's main
+/// thread, before the browser asks for any interface.
+struct Plugin {
+    PP_GetInterface_Func getInterface = nullptr;
+    PP_ShutdownModule_Func shutdown = nullptr;
+};
+
+Plugin plugin;
+PPB_GetInterface browserInterface = nullptr;
+
+/// What the plug-in gets as the browser's get-interface function.
+const void* getBrowserInterface(const char* name) {
+    if (name != nullptr && std::strcmp(name, PPB_EXTENSIONSYSTEM_KORVANE_INTERFACE_0_1) == 0) {
+        return runtime::developmentExtensionTable();
+    }
+    return browserInterface(name);
+}
+
+std::string variable(const char* name) {
+    const char* value = std::getenv(name);
+    if (value == nullptr) throw std::runtime_error(std::string(name) + " is not set");
+    return value;
+}
+
+runtime::DevelopmentExtension readExtension() {
+    runtime::DevelopmentExtension extension;
+    extension.getInterface = browserInterface;
+    try {
+        const auto told = nlohmann::json::parse(variable(browser::kExtensionVariable));
+        extension.applicationName = told.at("name").get<std::string>();
+        extension.grants = told.at("grants").get<std::set<std::string>>();
+    } catch (const nlohmann::json::exception&) {
+        throw std::runtime_error(std::string(browser::kExtensionVariable) +
+                                 R"( must be {"name": text, "grants": [texts]})");
+    }
+    return extension;
+}
+
+template <typename Function>
+Function entryPoint(void* library, const char* name) {
+    return reinterpret_cast<Function>(dlsym(library, name));
+}
+
+int32_t initialize(PP_Module module) {
+    runtime::configureDevelopmentExtension(readExtension());
+    const std::string path = variable(browser::kModuleVariable);
+    // Never closed: the browser may call what it has been given for as long as the process lives.
+    void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) throw std::runtime_error(dlerror());
+    const auto initializePlugin =
+        entryPoint<PP_InitializeModule_Func>(library, "PPP_InitializeModule");
+    const auto getInterface = entryPoint<PP_GetInterface_Func>(library, "PPP_GetInterface");
+    if (initializePlugin == nullptr || getInterface == nullptr) {
+        throw std::runtime_error(path + " lacks an entry point of a module");
+    }
+    const int32_t result = initializePlugin(module, getBrowserInterface);
+    if (result != PP_OK) {
+        throw std::runtime_error(path + " failed to initialise: " + std::to_string(result));
+    }
+    plugin = {getInterface, entryPoint<PP_ShutdownModule_Func>(library, "PPP_ShutdownModule")};
+    return PP_OK;
+}
+
+}  // namespace
+
+int32_t PPP_InitializeModule(PP_Module module, PPB_GetInterface get_browser_interface) {
+    browserInterface = get_browser_interface;
+    try {
+        return initialize(module);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "sso-browser: the plug-in cannot be loaded: %s\n", error.what());
+        return PP_ERROR_FAILED;
+    }
+}
+
+const void* PPP_GetInterface(const char* interface_name) {
+    // The browser goes on asking after a failed initialisation.
+    return plugin.getInterface == nullptr ? nullptr : plugin.getInterface(interface_name);
+}
+
+void PPP_ShutdownModule() {
+    if (plugin.shutdown != nullptr) plugin.shutdown();
+}
