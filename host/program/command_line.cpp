@@ -51,12 +51,14 @@ CommandLine readCommandLine(int argc, char** argv) {
 
     CLI::App app(kDescription, "sso-host");
     app.footer(kHelpEnd);
-    app.add_option("--module", commandLine.modulePath, "The module's shared object")
-        ->type_name("PATH")
-        ->default_str("../lib/libsso.so beside this program's folder");
+    app.add_option(
+           "--module", commandLine.modulePath,
+           "The module's shared object (default: ../lib/libsso.so, from this program's folder)")
+        ->type_name("PATH");
     app.add_option("--grant", grants,
                    "Grant a privilege: partner, platform, public, or its full URL; repeatable")
-        ->type_name("NAME");
+        ->type_name("NAME")
+        ->allow_extra_args(false);
     app.add_option("--manifest", manifest, "Take name and privileges of this application")
         ->type_name("FILE");
     app.add_flag("--no-extension", noExtension, "Do not offer the vendor interface");

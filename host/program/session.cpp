@@ -60,6 +60,7 @@ Session::Session(const CommandLine& commandLine) : m_linger(commandLine.linger) 
     host::PluginHost::Options options = optionsFor(commandLine);
     options.onMessage = [this](const host::Message&) { onMessage(); };
     m_host.emplace(std::move(options));
+    const HeldMessages held(*this);
     addInstance({});
 }
 
@@ -75,6 +76,10 @@ int Session::run(std::istream& input) {
     }
     if (outputWorks()) waitForAnswers();
     m_host->unload();
+    if (!outputWorks()) {
+        std::cerr << "sso-host: cannot write to standard output\n";
+        m_hadErrors = true;
+    }
     if (reportProblems()) return kReferenceProblems;
     return m_hadErrors ? kLineErrors : kAllWell;
 }

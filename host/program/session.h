@@ -50,6 +50,7 @@ class Session {
 
     void printEvent(std::int32_t number, const std::string& event, const host::Value& value);
     void printError(std::size_t line, const std::string& reason);
+    /// Messages have to be held meanwhile: they can come before the number is known.
     std::int32_t addInstance(const host::Attributes& attributes);
     /// Number of the instance that a request means. @throws RequestError  when there is none.
     std::int32_t numberFor(const Request& request);

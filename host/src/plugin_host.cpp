@@ -1,5 +1,6 @@
 #include "host/plugin_host.h"
 
+#include <exception>
 #include <future>
 #include <limits>
 #include <thread>
@@ -178,7 +179,13 @@ PluginHost::PluginHost(Options options) {
     m_impl->start();
 }
 
-PluginHost::~PluginHost() { m_impl->stop(); }
+PluginHost::~PluginHost() {
+    try {
+        m_impl->stop();
+    } catch (...) {
+        std::terminate();  // the module would run on, with the host's memory gone
+    }
+}
 
 void PluginHost::unload() { m_impl->stop(); }
 

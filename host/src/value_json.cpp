@@ -198,7 +198,10 @@ Value parseJson(std::string_view text) {
     try {
         return fromJson(json::parse(text));
     } catch (const json::exception& error) {
-        fail(error.what());
+        const std::string what =
+            error.what();  // "[json.exception.parse_error.101] parse error ..."
+        const std::size_t reason = what.find("] ");
+        fail(reason == std::string::npos ? what : what.substr(reason + 2));
     }
 }
 

@@ -297,16 +297,17 @@ void VarTable::release(Holder holder, const char* call, PP_Var var) {
 bool VarTable::takeFromModule(const char* call, PP_Var var) {
     const std::lock_guard lock(m_mutex);
     if (!isCounted(var)) return true;
-    Entry* entry = find(call, var);
-    if (entry == nullptr) return false;
-    if (entry->moduleReferences == 0) {
+    const auto it = m_vars.find(var.value.as_id);
+    if (it == m_vars.end() || it->second.contents.type != var.type) return false;
+    Entry& entry = it->second;
+    if (entry.moduleReferences == 0) {
         note(std::string(call) +
-             " does not own its reference: " + describe(var.value.as_id, *entry));
+             " does not own its reference: " + describe(var.value.as_id, entry));
         return false;
     }
-    --entry->moduleReferences;
-    ++entry->hostReferences;
-    record(var.value.as_id, *entry, call, -1);
+    --entry.moduleReferences;
+    ++entry.hostReferences;
+    record(var.value.as_id, entry, call, -1);
     return true;
 }
 
