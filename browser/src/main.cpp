@@ -30,7 +30,7 @@ using browser::StartError;
 std::optional<QString> readScript(const std::filesystem::path& path) {
     if (path.empty()) return std::nullopt;
     QFile file(QString::fromStdString(path.string()));
-    if (!std::filesystem::is_regular_file(path) || !file.open(QIODevice::ReadOnly)) {
+    if (std::filesystem::is_directory(path) || !file.open(QIODevice::ReadOnly)) {
         throw StartError(browser::kExitBadInput, "the script " + path.string() + " cannot be read");
     }
     return QString::fromUtf8(file.readAll());

@@ -54,7 +54,7 @@ std::string requiredText(const std::string& path, const json& object, const char
 }
 
 std::string startPage(const std::string& path, const json& object) {
-    const std::string start = requiredText(path, object, "start");
+    std::string start = requiredText(path, object, "start");
     const std::filesystem::path normal = std::filesystem::path(start).lexically_normal();
     if (normal.is_absolute() || *normal.begin() == "..") {
         fail(path, "\"start\" must name a file inside the application's folder");

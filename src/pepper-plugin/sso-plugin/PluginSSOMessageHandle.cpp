@@ -180,7 +180,8 @@ void CPluginSSOMessageHandler::m_ResponseData(std::string command, int status,
     }
     for (int i = 0; i < count; ++i) {
         if (!dataVar[i].is_null()) {
-            response.Set(data[i], dataVar[i]);
+            // Only callers whose values are all null leave the keys out.
+            response.Set(data[i], dataVar[i]);  // NOLINT(clang-analyzer-core.NonNullParamChecker)
         }
     }
     // Read once: the destructor may clear it at any moment on the main thread.

@@ -29,7 +29,7 @@ PP_INLINE struct PP_CompletionCallback PP_MakeCompletionCallback(PP_CompletionCa
 
 /* No function: the call that takes it waits for its own end. */
 PP_INLINE struct PP_CompletionCallback PP_BlockUntilComplete(void) {
-    return PP_MakeCompletionCallback(NULL, NULL);
+    return PP_MakeCompletionCallback(NULL, NULL); /* NOLINT(modernize-use-nullptr): C too */
 }
 
 PP_INLINE void PP_RunCompletionCallback(struct PP_CompletionCallback* callback, int32_t result) {

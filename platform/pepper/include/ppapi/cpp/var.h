@@ -61,7 +61,8 @@ class Var {
     PP_Var var_;
 
   private:
-    Var(void*);  // not defined: a stray pointer must not turn into `true`
+    // Not defined: a stray pointer must not turn into `true`.
+    Var(void*);  // NOLINT(google-explicit-constructor)
 };
 
 }  // namespace pp
