@@ -65,7 +65,12 @@ CommandLine readCommandLine(int argc, char** argv) {
     app.add_flag("--log", commandLine.log, "Show the module's log lines on standard error");
     app.add_option("--linger", linger, "Longest wait for answers at the end of the input")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, 86400.0))
+        ->check([](const std::string& text) {
+            double seconds = 0;
+            const bool good = CLI::detail::lexical_cast(text, seconds) &&  // a NaN is neither
+                              seconds >= 0 && seconds <= 86400;
+            return good ? std::string() : "must be a number of seconds from 0 to 86400";
+        })
         ->capture_default_str();
     try {
         app.parse(argc, argv);

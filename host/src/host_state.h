@@ -30,6 +30,8 @@ class HostState {
     const void* getInterface(const char* name) const;
     /// The calling thread becomes the module's main thread.
     void enterMainThread();
+    /// It ends: a later thread may get its identity.
+    void leaveMainThread() { m_mainThread = std::thread::id(); }
     bool isMainThread() const { return m_mainThread.load() == std::this_thread::get_id(); }
 
     const PluginHost::Options& options() const { return m_options; }

@@ -36,6 +36,8 @@ class PluginHost::Impl {
     explicit Impl(Options options) : m_state(std::make_shared<HostState>(std::move(options))) {}
 
     void start();
+    /// @throws std::logic_error  when the module is unloaded.
+    void requireModule() const;
     void stop();
 
     PP_Instance create(const Attributes& attributes);
@@ -83,6 +85,7 @@ void PluginHost::Impl::mainThread(std::promise<void> loaded) {
     loaded.set_value();
     m_state->mainLoop().run();
     m_module.shutdown();
+    m_state->leaveMainThread();
 }
 
 void PluginHost::Impl::stop() {
@@ -97,10 +100,12 @@ void PluginHost::Impl::stop() {
     HostState::uninstall();
 }
 
+void PluginHost::Impl::requireModule() const {
+    if (!m_state->mainLoop().isAttached()) throw std::logic_error("the module is unloaded");
+}
+
 void PluginHost::Impl::postToMain(MessageLoop::Task task) {
-    if (!m_state->mainLoop().post(std::move(task))) {
-        throw std::logic_error("the module is unloaded");
-    }
+    if (!m_state->mainLoop().post(std::move(task))) requireModule();
 }
 
 void PluginHost::Impl::runOnMain(const std::function<void()>& function) {
@@ -240,6 +245,7 @@ CallResult PluginHost::call(PP_Instance instance, const Value& value,
 }
 
 void PluginHost::unregister(PP_Instance instance) {
+    m_impl->requireModule();
     m_impl->state().instances().unregisterHandler(instance);
 }
 
@@ -259,6 +265,7 @@ bool PluginHost::drain(PP_Instance instance, std::chrono::milliseconds timeout) 
     if (m_impl->state().isMainThread()) {
         throw std::logic_error("draining on the module's main thread waits for itself");
     }
+    m_impl->requireModule();
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     HostState& state = m_impl->state();
     if (!passThrough(state.mainLoop(), deadline)) return false;

@@ -195,8 +195,15 @@ Value fromJson(const json& root) {
 
 Value parseJson(std::string_view text) {
     checkDepth(text);
+    // The parser takes a NUL for the end of the text.
+    if (text.find('\0') != std::string_view::npos) fail("a NUL byte has no place in JSON");
+    // Of the zeros only "-0" is read as a signed integer; a page reads it as a double.
+    const auto keepSignOfZero = [](int, json::parse_event_t, json& parsed) {
+        if (parsed.type() == json::value_t::number_integer && parsed == 0) parsed = -0.0;
+        return true;
+    };
     try {
-        return fromJson(json::parse(text));
+        return fromJson(json::parse(text, keepSignOfZero));
     } catch (const json::exception& error) {
         const std::string what =
             error.what();  // "[json.exception.parse_error.101] parse error ..."
