@@ -55,6 +55,7 @@ class PluginHost::Impl {
 
     const std::shared_ptr<HostState> m_state;
     ModuleLibrary m_module;
+    std::exception_ptr m_loadFailure;  // of the main thread, for the one that waits for it
     std::thread m_thread;
 };
 
@@ -62,13 +63,12 @@ void PluginHost::Impl::start() {
     std::promise<void> loaded;
     std::future<void> result = loaded.get_future();
     m_thread = std::thread(&Impl::mainThread, this, std::move(loaded));
-    try {
-        result.get();
-    } catch (...) {
+    result.get();
+    if (m_loadFailure != nullptr) {
         m_thread.join();
         m_module.close();
         HostState::uninstall();
-        throw;
+        std::rethrow_exception(std::exchange(m_loadFailure, nullptr));
     }
 }
 
@@ -79,10 +79,11 @@ void PluginHost::Impl::mainThread(std::promise<void> loaded) {
         m_module.open(m_state->options());
         m_module.initialize(getBrowserInterface);
     } catch (...) {
-        loaded.set_exception(std::current_exception());
-        return;
+        m_loadFailure = std::current_exception();
     }
+    const bool failed = m_loadFailure != nullptr;
     loaded.set_value();
+    if (failed) return;
     m_state->mainLoop().run();
     m_module.shutdown();
     m_state->leaveMainThread();
@@ -113,18 +114,21 @@ void PluginHost::Impl::runOnMain(const std::function<void()>& function) {
         function();
         return;
     }
+    // The main thread lets go of the exception before it says that it is done.
+    std::exception_ptr failure;
     auto done = std::make_shared<std::promise<void>>();
     std::future<void> result = done->get_future();
-    postToMain([done, &function] {
+    postToMain([done, &function, &failure] {
         try {
             function();
-            done->set_value();
         } catch (...) {
-            done->set_exception(std::current_exception());
+            failure = std::current_exception();
         }
+        done->set_value();
     });
     done.reset();
     result.get();
+    if (failure != nullptr) std::rethrow_exception(std::exchange(failure, nullptr));
 }
 
 PP_Instance PluginHost::Impl::create(const Attributes& attributes) {

@@ -1,0 +1,155 @@
+// The browser's command line: what it refuses, and how it says so.
+
+#include <fstream>
+#include <string>
+
+#include "browser_test.h"
+#include "module_path.h"
+
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+class TheBrowsersCommandLine : public browser::BrowserTest {
+  protected:
+    /// One clear line, before anything was started.
+    void expectRefusal(const Arguments& arguments, const std::string& reason) {
+        SCOPED_TRACE(reason);
+        const auto result = runBrowser(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.outputLines(), IsEmpty());
+        EXPECT_THAT(result.errorLines(),
+                    ElementsAre(AllOf(StartsWith("sso-browser: "), HasSubstr(reason))));
+    }
+};
+
+TEST_F(TheBrowsersCommandLine, ExplainsItself) {
+    const auto result = runBrowser({"--help"});
+    EXPECT_EQ(result.exitCode, 0);
+    for (const char* option : {"--module", "--grant", "--manifest", "--log", "--screenshot",
+                               "--quit-after", "--run-script", "--size"}) {
+        EXPECT_THAT(result.output, HasSubstr(option));
+    }
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAModuleThatIsNotThere) {
+    const auto result = support::runProcess(
+        {support::builtPath("bin/sso-browser"), SSO_TEST_PAGE, "--module", "/nowhere/libsso.so"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errorLines(),
+                ElementsAre(AllOf(StartsWith("sso-browser: "), HasSubstr("/nowhere/libsso.so"))));
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAModuleThatIsNone) {
+    const std::string text = m_folder.write("text.so", "no library");
+    const auto result = support::runProcess(
+        {support::builtPath("bin/sso-browser"), SSO_TEST_PAGE, "--module", text});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errorLines(),
+                ElementsAre(AllOf(StartsWith("sso-browser: "), HasSubstr(text))));
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesALibraryThatIsNoModule) {
+    const std::string library = support::builtPath("lib/libvconf.so");
+    const auto result = support::runProcess(
+        {support::builtPath("bin/sso-browser"), SSO_TEST_PAGE, "--module", library});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errorLines(),
+                ElementsAre(AllOf(StartsWith("sso-browser: "), HasSubstr(library),
+                                  HasSubstr("entry point"))));
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAFolderThatIsNotThere) {
+    expectRefusal({"/nowhere/app"}, "/nowhere/app");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAFolderWithoutAManifest) {
+    std::ofstream(m_folder.path("index.html")) << "<title>x</title>";
+    expectRefusal({m_folder.path("")}, "manifest.json");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesABadManifest) {
+    m_folder.write("manifest.json", R"({"name": "x"})");
+    expectRefusal({m_folder.path("")}, "\"start\"");
+    m_folder.write("manifest.json", "{");
+    expectRefusal({m_folder.path("")}, "manifest.json");
+    m_folder.write("manifest.json", R"({"name": "x", "start": "../outside.html"})");
+    expectRefusal({m_folder.path("")}, "\"start\"");
+    m_folder.write("manifest.json",
+                   R"({"name": "x", "start": "index.html", "privileges": ["nonsense"]})");
+    expectRefusal({m_folder.path("")}, "nonsense");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAPrivilegeThatNobodyKnows) {
+    expectRefusal({SSO_TEST_PAGE, "--grant", "nonsense"}, "nonsense");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAScriptThatIsNotThere) {
+    expectRefusal({SSO_TEST_PAGE, "--run-script", "/nowhere/script.js"}, "/nowhere/script.js");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAScreenshotThatItCannotWrite) {
+    expectRefusal({SSO_TEST_PAGE, "--screenshot", "/nowhere/picture.png"}, "/nowhere/picture.png");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAWrongSize) {
+    for (const char* size : {"1280", "0x0", "axb", "1280x800x2", "-1x5"}) {
+        const auto result = runBrowser({SSO_TEST_PAGE, "--size", size});
+        EXPECT_EQ(result.exitCode, 2) << size;
+        EXPECT_THAT(result.errorLines(), ElementsAre(HasSubstr("--size"))) << size;
+    }
+}
+
+TEST_F(TheBrowsersCommandLine, SaysWhenAPageCannotBeLoaded) {
+    m_folder.write("manifest.json", R"({"name": "x", "start": "missing.html"})");
+    const auto result = runBrowser({m_folder.path(""), "--quit-after", "0"});
+    EXPECT_NE(result.exitCode, 0);
+    EXPECT_THAT(result.errorLines(), ElementsAre(HasSubstr("missing.html")));
+}
+
+TEST_F(TheBrowsersCommandLine, SaysWhatAScriptThrew) {
+    const std::string script = m_folder.write("script.js", "throw new Error('out of tea');");
+    const auto result = runBrowser({SSO_TEST_PAGE, "--run-script", script});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errors, HasSubstr("script error: Error: out of tea"));
+}
+
+TEST_F(TheBrowsersCommandLine, GrantsNothingByItself) {
+    const Json reply =
+        runScript("return new Embedding().call({ command: 'sso_plugin_getVersion' });", {});
+    EXPECT_EQ(reply, (Json{{"code", 18},
+                           {"errorName", "SecurityError"},
+                           {"errorMessage", "You do not have the privilege"}}));
+}
+
+TEST_F(TheBrowsersCommandLine, GrantsWhatAManifestDeclares) {
+    const std::string manifest = m_folder.write(
+        "other.json", R"({"name": "x", "start": "index.html", "privileges": ["sso.partner"]})");
+    const Json reply =
+        runScript("return new Embedding().call({ command: 'sso_plugin_getVersion' }).value;",
+                  {"--manifest", manifest});
+    EXPECT_EQ(reply, "1.1");
+}
+
+TEST_F(TheBrowsersCommandLine, PrintsThePagesConsole) {
+    runScript("console.log('one'); console.warn('two'); console.error('three');");
+    EXPECT_THAT(console(), ElementsAre("console.log: one", StartsWith("console.warn: two"),
+                                       StartsWith("console.error: three")));
+}
+
+TEST_F(TheBrowsersCommandLine, ShowsThePluginsLogOnRequestOnly) {
+    const std::string script = m_folder.write(
+        "log.js", "return new Embedding().call({ command: 'sso_plugin_getVersion' }).code;");
+    const Arguments quiet = {SSO_TEST_PAGE, "--run-script", script, "--quit-after", "0"};
+    Arguments logging = quiet;
+    logging.push_back("--log");
+    constexpr char kLine[] = "HandleBlockingMessageImpl(284)";
+    EXPECT_THAT(runBrowser(quiet).errors, ::testing::Not(HasSubstr(kLine)));
+    EXPECT_THAT(runBrowser(logging).errors, HasSubstr(kLine));
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+#include "process_figures.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+
+namespace browser {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path folderOf(pid_t process) { return fs::path("/proc") / std::to_string(process); }
+
+/// A number from /proc/<process>/status; 0 when it is not there.
+long statusOf(pid_t process, const std::string& name) {
+    std::ifstream status(folderOf(process) / "status");
+    for (std::string word; status >> word;) {
+        if (word == name + ":") {
+            long value = 0;
+            status >> value;
+            return value;
+        }
+    }
+    return 0;
+}
+
+bool hasMapped(pid_t process, const std::string& library) {
+    std::ifstream file(folderOf(process) / "maps");
+    const std::string maps{std::istreambuf_iterator<char>(file), {}};
+    return maps.find(library) != std::string::npos;
+}
+
+}  // namespace
+
+std::vector<pid_t> descendantsOf(pid_t process) {
+    std::multimap<pid_t, pid_t> children;
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+        const std::string name = entry.path().filename();
+        if (name.find_first_not_of("0123456789") == std::string::npos) {
+            const auto child = static_cast<pid_t>(std::stol(name));
+            children.emplace(static_cast<pid_t>(statusOf(child, "PPid")), child);
+        }
+    }
+    std::vector<pid_t> descendants = {process};
+    for (size_t i = 0; i < descendants.size(); ++i) {
+        const auto range = children.equal_range(descendants[i]);
+        for (auto child = range.first; child != range.second; ++child) {
+            descendants.push_back(child->second);
+        }
+    }
+    descendants.erase(descendants.begin());
+    return descendants;
+}
+
+ProcessFigures figuresOfPluginProcess(pid_t browser, const std::string& library) {
+    ProcessFigures figures;
+    for (const pid_t process : descendantsOf(browser)) {
+        if (hasMapped(process, library)) {
+            std::error_code error;
+            const fs::directory_iterator descriptors(folderOf(process) / "fd", error);
+            figures.residentKiB = statusOf(process, "VmRSS");
+            figures.threads = statusOf(process, "Threads");
+            figures.descriptors =
+                error ? 0 : static_cast<long>(std::distance(descriptors, fs::directory_iterator()));
+        }
+    }
+    return figures;
+}
+
+}  // namespace browser

@@ -1,0 +1,472 @@
+// The host's program: JSON lines in, JSON lines out.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "host/value.h"
+#include "host/value_json.h"
+#include "module_path.h"
+#include "process.h"
+#include "temporary_folder.h"
+
+namespace {
+
+using host::Value;
+using support::builtPath;
+using support::ProcessOptions;
+using support::ProcessResult;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+using Words = std::vector<std::string>;
+
+std::string program() { return builtPath("bin/sso-host"); }
+
+/// Arguments that load one of the tests' modules.
+Words module(const std::string& name) { return {"--module", builtPath("lib/lib" + name + ".so")}; }
+
+ProcessResult run(const Words& arguments, const std::string& input = "") {
+    Words command = {program()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    ProcessOptions options;
+    options.input = input;
+    return support::runProcess(command, options);
+}
+
+ProcessResult runLines(const Words& arguments, const Words& lines) {
+    std::string input;
+    for (const std::string& line : lines) input += line + '\n';
+    return run(arguments, input);
+}
+
+/// The lines of the output without their time, which each but an error must have.
+std::vector<Value> eventsOf(const ProcessResult& result) {
+    static const std::regex time(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)");
+    std::vector<Value> events;
+    for (const std::string& line : result.outputLines()) {
+        Value::Dictionary event = host::parseJson(line).asDictionary();
+        if (event.count("error") == 0) {
+            EXPECT_TRUE(std::regex_match(event.at("time").asString(), time)) << line;
+            event.erase("time");
+        }
+        events.emplace_back(event);
+    }
+    return events;
+}
+
+Value event(int instance, const std::string& name, const Value& value) {
+    return Value::Dictionary{{"instance", instance}, {name, value}};
+}
+Value reply(int instance, const Value& value) { return event(instance, "reply", value); }
+Value message(int instance, const Value& value) { return event(instance, "message", value); }
+
+MATCHER_P2(IsError, line, reason, "") {
+    return arg.has("error") && arg["error"]["line"] == Value(line) &&
+           ::testing::ExplainMatchResult(HasSubstr(reason), arg["error"]["reason"].asString(),
+                                         result_listener);
+}
+
+TEST(TheHelp, TellsOptionsInputAndExitCodes) {
+    const ProcessResult result = run({"--help"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, IsEmpty());
+    for (const char* word : {"--module", "--grant", "--manifest", "--no-extension", "--log",
+                             "--linger", "\"post\"", "\"call\"", "\"embed\"", "\"destroy\"",
+                             "\"unregister\"", "\"wait\"", "Exit code", "Examples"}) {
+        EXPECT_THAT(result.output, HasSubstr(word));
+    }
+}
+
+TEST(ACommandLine, WithAMistakeStartsNothing) {
+    const std::vector<Words> mistakes = {
+        {"--nonsense"},    {"word"},           {"--grant"},         {"--module"},
+        {"--linger", "x"}, {"--linger", "-1"}, {"--linger", "nan"}, {"--grant", "root"}};
+    for (const Words& arguments : mistakes) {
+        SCOPED_TRACE(arguments.back());
+        const ProcessResult result = run(arguments, "{\"call\":1}\n");
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.output, IsEmpty());
+        EXPECT_THAT(result.errors, Not(IsEmpty()));
+    }
+}
+
+TEST(AModule, ThatIsMissingIsToldInOneLine) {
+    const ProcessResult result = run({"--module", "/no/such/module.so"}, "{\"call\":1}\n");
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.output, IsEmpty());
+    EXPECT_THAT(result.errorLines(),
+                ElementsAre(AllOf(StartsWith("sso-host: "), HasSubstr("/no/such/module.so"))));
+}
+
+TEST(AModule, ThatCannotBeStartedIsToldInOneLine) {
+    for (const char* name :
+         {"no_get_interface_module", "no_initialize_module", "init_refusing_module",
+          "unresolved_module", "no_instance_module", "instance_refusing_module"}) {
+        SCOPED_TRACE(name);
+        const ProcessResult result = run(module(name));
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.output, IsEmpty());
+        EXPECT_THAT(result.errorLines(), ElementsAre(StartsWith("sso-host: ")));
+    }
+}
+
+TEST(ThePlugin, TellsItsVersionToAGrantedPage) {
+    const std::string call = R"({"call":{"command":"sso_plugin_getVersion"}})";
+    const ProcessResult granted = runLines({"--grant", "partner"}, {call});
+    EXPECT_EQ(granted.exitCode, 0);
+    EXPECT_THAT(granted.errors, IsEmpty());
+    EXPECT_THAT(eventsOf(granted), ElementsAre(reply(1, Value::Dictionary{{"code", 0},
+                                                                          {"value", "1.1"},
+                                                                          {"errorName", ""},
+                                                                          {"errorMessage", ""}})));
+
+    const ProcessResult refused = runLines({}, {call});
+    EXPECT_EQ(refused.exitCode, 0);
+    ASSERT_THAT(eventsOf(refused), SizeIs(1));
+    EXPECT_EQ(eventsOf(refused)[0]["reply"]["code"], Value(18));
+}
+
+TEST(ThePlugin, ShowsTheLoginPageForAPost) {
+    const ProcessResult result = runLines(
+        {"--grant", "partner"}, {R"({"post":{"command":"sso_plugin_show_login_page","data":"x"}})",
+                                 R"({"wait":1,"timeout":30})"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, IsEmpty());
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(message(1, Value::Dictionary{{"command", "sso_plugin_show_login_page"},
+                                                         {"status", 0},
+                                                         {"state", 0}})));
+}
+
+TEST(ThePlugin, TakesItsPrivilegesFromAManifestOrByName) {
+    const support::TemporaryFolder folder;
+    const std::string call = R"({"call":{"command":"sso_plugin_getVersion"}})";
+    const std::string granting = folder.write(
+        "manifest.json", R"({"name":"A","start":"index.html","privileges":["sso.partner"]})");
+    const std::string silent = folder.write("poor.json", R"({"name":"A","start":"index.html"})");
+    const auto codeFor = [&](const Words& arguments) {
+        const std::vector<Value> events = eventsOf(runLines(arguments, {call}));
+        return events.empty() ? Value() : events[0]["reply"]["code"];
+    };
+    EXPECT_EQ(codeFor({"--manifest", granting}), Value(0));
+    EXPECT_EQ(codeFor({"--manifest", silent}), Value(18));
+    EXPECT_EQ(codeFor({"--manifest", silent, "--grant", "sso.partner"}), Value(0));
+    EXPECT_EQ(codeFor({"--manifest", granting, "--no-extension"}), Value(18));
+    EXPECT_EQ(codeFor({"--grant", "http://other.example/privilege/sso.partner"}), Value(18));
+}
+
+TEST(AManifest, ThatIsBadIsToldInOneLine) {
+    const support::TemporaryFolder folder;
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {folder.path("missing.json"), "missing.json"},
+        {folder.write("text.json", "no JSON"), "text.json"},
+        {folder.write("nameless.json", R"({"start":"i.html"})"), "name"},
+        {folder.write("root.json", R"({"name":"A","start":"i","privileges":["root"]})"), "root"},
+        {folder.write("far.json", R"({"name":"A","start":"../i.html"})"), "start"},
+    };
+    for (const auto& [path, word] : rows) {
+        SCOPED_TRACE(path);
+        const ProcessResult result = run({"--manifest", path}, "{\"call\":1}\n");
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.output, IsEmpty());
+        EXPECT_THAT(result.errorLines(),
+                    ElementsAre(AllOf(StartsWith("sso-host: "), HasSubstr(path), HasSubstr(word))));
+    }
+}
+
+TEST(TheLog, IsShownOnRequest) {
+    const std::string call = R"({"call":{"command":"sso_plugin_getVersion"}})";
+    EXPECT_THAT(runLines({}, {call}).errors, IsEmpty());
+    const ProcessResult result = runLines({"--log"}, {call});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, HasSubstr("CPluginSSO("));
+    EXPECT_THAT(result.outputLines(), SizeIs(1));
+}
+
+TEST(ACall, IsAnsweredWithAReply) {
+    const ProcessResult result = runLines(
+        module("echo_module"),
+        {R"({"call":"text"})", R"({"call":{"a":[1,2.5,null,true]},"instance":1,"timeout":30})",
+         R"({"call":{"$type":"undefined"}})", R"({"call":{"$type":"double","value":"-0"}})",
+         R"({"call":{"$type":"arraybuffer","base64":"AAH/"}})"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(
+        eventsOf(result),
+        ElementsAre(reply(1, "text"),
+                    reply(1, Value::Dictionary{{"a", Value::Array{1, 2.5, Value::Null{}, true}}}),
+                    reply(1, Value()), reply(1, -0.0), reply(1, Value::Buffer{0, 1, 255})));
+}
+
+TEST(ACall, ThatIsNotAnsweredInTimeIsAnError) {
+    const ProcessResult result =
+        runLines(module("stuck_module"), {R"({"call":1,"timeout":0.05})", R"({"destroy":1})"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(IsError(1, "not answered in time"), event(1, "destroyed", true)));
+}
+
+TEST(APost, IsWaitedForAtTheEndOfTheInput) {
+    const ProcessResult result =
+        runLines(module("echo_module"), {R"({"post":1})", R"({"post":"two"})"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(eventsOf(result), ElementsAre(message(1, 1), message(1, "two")));
+}
+
+TEST(APost, WithoutAnAnswerIsNotWaitedForBeyondTheLinger) {
+    Words arguments = module("stuck_module");
+    arguments.insert(arguments.end(), {"--linger", "0"});
+    const ProcessResult result = runLines(arguments, {R"({"post":1})"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_FALSE(result.timedOut);
+    EXPECT_THAT(result.output, IsEmpty());
+}
+
+TEST(AWait, TakesTheMessagesThatCameSinceTheLastOne) {
+    const ProcessResult result = runLines(
+        module("echo_module"), {R"({"post":1})", R"({"post":2})", R"({"wait":2})", R"({"post":3})",
+                                R"({"wait":1,"timeout":30})", R"({"wait":1,"timeout":0})"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result), ElementsAre(message(1, 1), message(1, 2), message(1, 3),
+                                              IsError(6, "of 1 messages only 0 came")));
+}
+
+TEST(AnInstance, IsEmbeddedDestroyedAndUnregisteredByNumber) {
+    const ProcessResult result =
+        runLines(module("echo_module"),
+                 {R"({"embed":true})", R"({"embed":{"id":"second","name":""}})",
+                  R"({"call":1,"instance":2})", R"({"destroy":1})", R"({"call":2})",
+                  R"({"call":3,"instance":3})", R"({"unregister":3})", R"({"call":4,"instance":3})",
+                  R"({"post":5,"instance":3})", R"({"wait":1})", R"({"destroy":2})",
+                  R"({"destroy":3})", R"({"embed":true})", R"({"call":6})"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errors, IsEmpty());
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(event(2, "embedded", true), event(3, "embedded", true), reply(2, 1),
+                            event(1, "destroyed", true), reply(2, 2), reply(3, 3),
+                            event(3, "unregistered", true), IsError(8, "not handled"),
+                            message(3, "main thread"), event(2, "destroyed", true),
+                            event(3, "destroyed", true), event(4, "embedded", true), reply(4, 6)));
+}
+
+TEST(AnInstance, ThatIsNotThereIsAnError) {
+    const ProcessResult result =
+        runLines(module("echo_module"),
+                 {R"({"call":1,"instance":2})", R"({"post":1,"instance":7})", R"({"destroy":9})",
+                  R"({"unregister":9})", R"({"destroy":1})", R"({"destroy":1})", R"({"call":1})"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(IsError(1, "no instance 2"), IsError(2, "no instance 7"),
+                            IsError(3, "no instance 9"), IsError(4, "no instance 9"),
+                            event(1, "destroyed", true), IsError(6, "no instance 1"),
+                            IsError(7, "no instance")));
+}
+
+TEST(AnInstance, ThatIsRefusedLaterIsAnError) {
+    // Instance 1 has to be there, so that the refusal of a later one is a line's error.
+    const ProcessResult result = run(module("instance_refusing_module"), "{\"embed\":true}\n");
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errorLines(), ElementsAre(HasSubstr("DidCreate")));
+}
+
+TEST(AMessage, PostedWhileAnInstanceIsMadeNamesThatInstance) {
+    const ProcessResult result = runLines(module("greeting_module"), {R"({"embed":true})"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(message(1, "hello"), event(2, "embedded", true), message(2, "hello")));
+}
+
+TEST(ALine, ThatIsNoRequestIsToldByNumberAndTheRunGoesOn) {
+    struct Row {
+        std::string line;
+        std::string reason;
+    };
+    const std::vector<Row> rows = {
+        {"nonsense", "parse error"},
+        {"{\"call\":1", "parse error"},
+        {"{\"call\":1}}", "parse error"},
+        {"[]", "not a JSON object"},
+        {"1", "not a JSON object"},
+        {"null", "not a JSON object"},
+        {"{}", "needs one of"},
+        {R"({"shout":1})", "needs one of"},
+        {R"({"Call":1})", "needs one of"},
+        {R"({"call":1,"post":2})", "both"},
+        {R"({"call":1,"more":2})", "\"more\""},
+        {R"({"post":1,"timeout":2})", "\"timeout\""},
+        {R"({"embed":true,"instance":1})", "\"instance\""},
+        {R"({"call":1,"instance":"1"})", "\"instance\""},
+        {R"({"call":1,"instance":0})", "\"instance\""},
+        {R"({"call":1,"instance":-1})", "\"instance\""},
+        {R"({"call":1,"instance":1.5})", "\"instance\""},
+        {R"({"call":1,"instance":1e300})", "\"instance\""},
+        {R"({"call":1,"timeout":"1"})", "\"timeout\""},
+        {R"({"call":1,"timeout":-1})", "\"timeout\""},
+        {R"({"call":1,"timeout":1e9})", "\"timeout\""},
+        {R"({"call":1,"timeout":{"$type":"double","value":"NaN"}})", "\"timeout\""},
+        {R"({"call":{"$type":"what"}})", "$type"},
+        {R"({"call":{"$type":"arraybuffer","base64":"?"}})", "base64"},
+        {R"({"call":1e999})", "number"},
+        {R"({"embed":false})", "\"embed\""},
+        {R"({"embed":{"id":1}})", "\"id\""},
+        {R"({"destroy":"1"})", "\"destroy\""},
+        {R"({"destroy":0})", "\"destroy\""},
+        {R"({"unregister":null})", "\"unregister\""},
+        {R"({"wait":0})", "\"wait\""},
+        {R"({"wait":2.5})", "\"wait\""},
+    };
+    Words lines;
+    for (const Row& row : rows) lines.push_back(row.line);
+    lines.emplace_back(R"({"call":"still here"})");
+    const ProcessResult result = runLines(module("echo_module"), lines);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errors, IsEmpty());
+    const std::vector<Value> events = eventsOf(result);
+    ASSERT_THAT(events, SizeIs(rows.size() + 1));
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        SCOPED_TRACE(rows[i].line);
+        EXPECT_THAT(events[i], IsError(static_cast<int>(i + 1), rows[i].reason));
+    }
+    EXPECT_EQ(events.back(), reply(1, "still here"));
+}
+
+TEST(ALine, MayBeBlank) {
+    const ProcessResult result =
+        run(module("echo_module"), "\n  \t\n\r\n{\"call\":1}\r\n\n\nbad\n\n");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result), ElementsAre(reply(1, 1), IsError(7, "parse error")));
+}
+
+TEST(ALine, NeedsNoEndAtTheEndOfTheInput) {
+    EXPECT_THAT(eventsOf(run(module("echo_module"), "{\"call\":1}\n{\"call\":2}")),
+                ElementsAre(reply(1, 1), reply(1, 2)));
+}
+
+TEST(ALine, MayBeHuge) {
+    const std::string text(8 << 20, 'x');
+    const ProcessResult result =
+        runLines(module("echo_module"),
+                 {"{\"call\":\"" + text + "\"}", std::string(8 << 20, 'y'), R"({"call":"next"})"});
+    EXPECT_EQ(result.exitCode, 1);
+    const std::vector<Value> events = eventsOf(result);
+    ASSERT_THAT(events, SizeIs(3));
+    EXPECT_TRUE(events[0] == reply(1, text)) << "the text is not what was sent";
+    EXPECT_THAT(events[1], IsError(2, "parse error"));
+    EXPECT_LT(host::writeJson(events[1]).size(), 1000U);
+    EXPECT_EQ(events[2], reply(1, "next"));
+}
+
+TEST(ALine, WithInvalidUtf8IsToldInValidUtf8) {
+    const ProcessResult result =
+        run(module("echo_module"), "{\"call\":\"\xff\"}\n\xed\xa0\x80\n{\"call\":\"\xc3\xa4\"}\n");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(IsError(1, "UTF-8"), IsError(2, "parse error"), reply(1, "\xc3\xa4")));
+}
+
+TEST(ALine, WithANulByteIsNotCutThere) {
+    const ProcessResult result =
+        run(module("echo_module"), std::string("{\"call\":1}\0\n{\"call\":2}\0 rest\n", 29));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result), ElementsAre(IsError(1, ""), IsError(2, "")));
+}
+
+TEST(ALine, MayNestAsDeepAsTheHostAllowsAndNoDeeper) {
+    const auto nested = [](std::size_t depth) {
+        return "{\"call\":" + std::string(depth, '[') + std::string(depth, ']') + "}";
+    };
+    const ProcessResult result = runLines(
+        module("echo_module"), {nested(host::kMaxJsonDepth - 1), nested(host::kMaxJsonDepth),
+                                nested(1000000), std::string(1000000, '{'), R"({"call":"next"})"});
+    EXPECT_EQ(result.exitCode, 1);
+    const std::vector<Value> events = eventsOf(result);
+    ASSERT_THAT(events, SizeIs(5));
+    EXPECT_TRUE(events[0]["reply"].isArray());
+    for (int line : {2, 3, 4}) {
+        EXPECT_THAT(events[static_cast<std::size_t>(line) - 1], IsError(line, "nested deeper"));
+    }
+    EXPECT_EQ(events[4], reply(1, "next"));
+}
+
+TEST(TheInput, MayBeEmptyOrNotThereAtAll) {
+    EXPECT_EQ(run(module("echo_module")).exitCode, 0);
+    Words command = module("echo_module");
+    command.insert(command.begin(), program());
+    ProcessOptions options;
+    options.closedInput = true;
+    const ProcessResult result = support::runProcess(command, options);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output + result.errors, IsEmpty());
+}
+
+TEST(TheOutput, ThatNobodyReadsEndsTheRun) {
+    Words command = module("echo_module");
+    command.insert(command.begin(), program());
+    ProcessOptions options;
+    options.closedOutput = true;
+    for (int i = 0; i < 1000; ++i) options.input += "{\"call\":1}\n";
+    const ProcessResult result = support::runProcess(command, options);
+    EXPECT_FALSE(result.timedOut);
+    EXPECT_EQ(result.signal, SIGPIPE);
+    EXPECT_THAT(result.errors, IsEmpty());
+}
+
+TEST(TheOutput, ThatCannotBeWrittenIsNoSuccess) {
+    Words command = {"/bin/sh", "-c", "exec \"$0\" \"$@\" > /dev/full", program()};
+    for (const std::string& word : module("echo_module")) command.push_back(word);
+    ProcessOptions options;
+    options.input = "{\"call\":1}\n";
+    const ProcessResult result = support::runProcess(command, options);
+    EXPECT_GT(result.exitCode, 0) << "the answer is lost";
+    EXPECT_THAT(result.errorLines(), ElementsAre(StartsWith("sso-host: ")));
+}
+
+TEST(AModule, ThatBreaksTheRulesForReferencesIsToldAtTheEnd) {
+    struct Row {
+        std::string line;
+        std::string problem;
+    };
+    const std::vector<Row> rows = {
+        {R"({"post":"leak"})", "leak"},
+        {R"({"post":"release twice"})", "dead"},
+        {R"({"post":"release what is borrowed"})", "without owning"},
+        {R"({"post":"release a foreign resource"})", "resource"},
+        {R"({"call":"not owned"})", "response"},
+    };
+    Words arguments = module("misbehaving_module");
+    arguments.insert(arguments.end(), {"--linger", "0"});
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.line);
+        // The call behind it makes sure that a post was handled.
+        const ProcessResult result = runLines(arguments, {row.line, R"({"call":0})"});
+        EXPECT_EQ(result.exitCode, 3);
+        EXPECT_THAT(result.errorLines(),
+                    ElementsAre(AllOf(StartsWith("sso-host: "), HasSubstr(row.problem))));
+    }
+    const ProcessResult both = runLines(arguments, {rows[0].line, "nonsense", R"({"call":0})"});
+    EXPECT_EQ(both.exitCode, 3) << "that outweighs a line's error";
+    const ProcessResult good = runLines(arguments, {R"({"post":"nothing"})", R"({"call":0})"});
+    EXPECT_EQ(good.exitCode, 0) << "the same module when it behaves";
+    EXPECT_THAT(good.errors, IsEmpty());
+}
+
+TEST(TheConsole, IsToldOnStandardError) {
+    Words arguments = module("greeting_module");
+    arguments.insert(arguments.end(), {"--linger", "0"});
+    const ProcessResult result =
+        runLines(arguments, {R"({"post":1})", R"({"embed":true})", R"({"destroy":2})"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errorLines(),
+                ElementsAre(AllOf(StartsWith("console: "), HasSubstr("PPP_Messaging;1.0"))));
+}
+
+}  // namespace

@@ -1,0 +1,192 @@
+// References to the browser's vars: each that the plug-in gets it gives back, once.
+
+#include <gmock/gmock.h>
+
+#include <map>
+
+#include "host/var_table.h"
+#include "protocol_test.h"
+
+namespace protocol {
+namespace {
+
+using host::VarOperation;
+using host::VarTable;
+
+class TheReferences : public ProtocolTest {
+  protected:
+    /// Records while `action` runs and the plug-in gets idle.
+    std::map<std::int64_t, std::vector<VarOperation>> recorded(
+        PP_Instance instance, const std::function<void()>& action) {
+        VarTable::instance().recordOperations(true);
+        action();
+        EXPECT_TRUE(host().drain(instance));
+        std::map<std::int64_t, std::vector<VarOperation>> byVar;
+        for (const VarOperation& operation : VarTable::instance().operations()) {
+            byVar[operation.id].push_back(operation);
+        }
+        VarTable::instance().recordOperations(false);
+        EXPECT_THAT(host().moduleHeldVars(), IsEmpty());
+        EXPECT_THAT(host().problems(), IsEmpty());
+        return byVar;
+    }
+
+    /// Up and down by one, never below nothing, and nothing at the end.
+    static void expectBalanced(const std::vector<VarOperation>& operations) {
+        int references = 0;
+        for (const VarOperation& operation : operations) {
+            SCOPED_TRACE(operation.call + " of " + operation.preview);
+            references += operation.change;
+            EXPECT_EQ(operation.moduleReferences, references);
+            EXPECT_GE(references, 0);
+        }
+        EXPECT_EQ(references, 0);
+    }
+
+    static std::size_t countOf(const std::vector<VarOperation>& operations,
+                               const std::string& call) {
+        return static_cast<std::size_t>(
+            std::count_if(operations.begin(), operations.end(),
+                          [&](const VarOperation& operation) { return operation.call == call; }));
+    }
+
+    /// The var whose first operation was `call`, of a kind that its preview starts with.
+    static std::vector<std::int64_t> madeBy(
+        const std::map<std::int64_t, std::vector<VarOperation>>& byVar, const std::string& call,
+        const std::string& kind) {
+        std::vector<std::int64_t> ids;
+        for (const auto& [id, operations] : byVar) {
+            if (operations.front().call == call && operations.front().preview.rfind(kind, 0) == 0) {
+                ids.push_back(id);
+            }
+        }
+        return ids;
+    }
+};
+
+using TheReferencesOfAMessage = TheReferences;
+using TheReferencesOfAPrivilegeAnswer = TheReferences;
+
+TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryBlockingPath) {
+    const PP_Instance instance = embedWith(support::kPartner);
+    for (const char* request :
+         {R"({"command": "sso_plugin_getVersion"})", R"({"command": "sso_plugin_getSSOState"})",
+          R"({"command": "sso_plugin_createAccount"})", R"({"command": "nothing"})",
+          R"({"command": [1]})", R"({})", R"("text")", R"([["x"]])",
+          R"({"$type": "arraybuffer", "base64": "AAAAAA=="})"}) {
+        SCOPED_TRACE(request);
+        const auto byVar = recorded(instance, [&] { replyTo(instance, json(request)); });
+        for (const auto& [id, operations] : byVar) expectBalanced(operations);
+        // The reply is a fresh dictionary, and its reference leaves with it.
+        const auto replies = madeBy(byVar, "PPB_VarDictionary.Create", "dictionary");
+        ASSERT_EQ(replies.size(), 1U);
+        EXPECT_EQ(countOf(byVar.at(replies[0]), "response"), 1U);
+        EXPECT_EQ(byVar.at(replies[0]).back().call, "response");
+    }
+}
+
+TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryPostedPath) {
+    const PP_Instance instance = embedWith(support::kPartner);
+    for (const char* request :
+         {R"({"command": "sso_plugin_getVersion"})", R"({"command": "sso_plugin_getSSOState"})",
+          R"({"command": "nothing"})", R"({"command": ""})", R"({"command": [1]})", R"({})",
+          R"("text")", R"([["x"]])", R"({"$type": "arraybuffer", "base64": "AAAAAA=="})",
+          R"({"command": "sso_plugin_show_login_page"})",
+          R"({"command": "sso_plugin_show_login_page", "data": ["x"]})"}) {
+        SCOPED_TRACE(request);
+        const auto byVar =
+            recorded(instance, [&] { EXPECT_EQ(answersTo(instance, json(request)).size(), 1U); });
+        for (const auto& [id, operations] : byVar) {
+            expectBalanced(operations);
+            EXPECT_EQ(countOf(operations, "response"), 0U);
+        }
+        EXPECT_EQ(madeBy(byVar, "PPB_VarDictionary.Create", "dictionary").size(), 1U);
+    }
+}
+
+TEST_F(TheReferencesOfAMessage, AreBalancedWhileALoginPageIsOpenAndWhenItEnds) {
+    const PP_Instance instance = embedWith(support::kPartner);
+    auto byVar = recorded(instance, [&] { startLogin(instance); });
+    EXPECT_FALSE(byVar.empty());
+    for (const auto& [id, operations] : byVar) expectBalanced(operations);
+
+    byVar = recorded(instance, [&] { sso_api_control_finish(0, 0, 1, nullptr); });
+    for (const auto& [id, operations] : byVar) expectBalanced(operations);
+    EXPECT_EQ(madeBy(byVar, "PPB_VarDictionary.Create", "dictionary").size(), 1U);
+    EXPECT_THAT(takeAnswers(), ElementsAre(loginAnswer(1)));
+}
+
+TEST_F(TheReferencesOfAMessage, AreBalancedWhenItIsNotHandled) {
+    host().failNextRegistration(-2);
+    const PP_Instance instance = embed();
+    const auto byVar = recorded(instance, [&] { host().post(instance, requestOf(kVersion)); });
+    ASSERT_EQ(byVar.size(), 1U);
+    EXPECT_EQ(byVar.begin()->second.front().call, "PPP_Messaging.HandleMessage");
+    expectBalanced(byVar.begin()->second);
+}
+
+TEST_F(TheReferencesOfAMessage, AreBalancedWhenTheHandlerIsUnregistered) {
+    const PP_Instance instance = embed();
+    VarTable::instance().recordOperations(true);
+    host().unregister(instance);
+    ASSERT_TRUE(host().waitForMessages(1, std::chrono::seconds(30)));
+    host().destroy(instance);
+    const auto operations = VarTable::instance().operations();
+    EXPECT_FALSE(operations.empty());
+    expectBalanced(operations);  // of one var: the word
+    EXPECT_EQ(operations.front().preview, "string \"Unregister\"");
+}
+
+TEST_F(TheReferencesOfAPrivilegeAnswer, AreTakenOverAndReleased) {
+    for (const Value& answer : {Value("true"), Value(Value::Array{true}),
+                                Value(Value::Dictionary{{"x", "y"}}), Value(Value::Buffer{1})}) {
+        SCOPED_TRACE(::testing::PrintToString(answer));
+        m_extension.answer([answer](const std::string&, const Value&) {
+            return support::RecordingExtension::Answer{0, answer};
+        });
+        host();
+        const std::size_t before = m_extension.givenVars().size();
+        VarTable::instance().recordOperations(true);
+        const PP_Instance instance = embed();
+        const std::vector<std::int64_t> given = m_extension.givenVars();
+        ASSERT_EQ(given.size(), before + 3);
+        for (std::size_t i = before; i < given.size(); ++i) {
+            const auto operations = VarTable::instance().operations(given[i]);
+            ASSERT_FALSE(operations.empty());
+            EXPECT_EQ(operations.front().call, "vendor table");
+            EXPECT_EQ(operations.front().change, 1);
+            EXPECT_EQ(countOf(operations, "PPB_Var.AddRef"), 0U) << "it is taken over as it is";
+            expectBalanced(operations);
+        }
+        EXPECT_THAT(host().moduleHeldVars(), IsEmpty());
+        host().destroy(instance);
+    }
+}
+
+TEST_F(TheReferencesOfAPrivilegeAnswer, AreNotTouchedWhenTheQueryFailed) {
+    m_extension.answer([](const std::string&, const Value&) {
+        return support::RecordingExtension::Answer{-2, "lent"};
+    });
+    host();
+    VarTable::instance().recordOperations(true);
+    embed();
+    for (const VarOperation& operation : VarTable::instance().operations()) {
+        EXPECT_NE(operation.preview, "string \"lent\"") << operation.call;
+    }
+    EXPECT_THAT(host().problems(), IsEmpty());
+}
+
+TEST_F(TheReferencesOfAPrivilegeAnswer, AreBalancedForTheQuestionsToo) {
+    host();
+    VarTable::instance().recordOperations(true);
+    embedWith(support::kAll);
+    std::map<std::int64_t, std::vector<VarOperation>> byVar;
+    for (const VarOperation& operation : VarTable::instance().operations()) {
+        byVar[operation.id].push_back(operation);
+    }
+    EXPECT_GE(byVar.size(), 4U);  // three identifiers, and the operation's name
+    for (const auto& [id, operations] : byVar) expectBalanced(operations);
+}
+
+}  // namespace
+}  // namespace protocol
