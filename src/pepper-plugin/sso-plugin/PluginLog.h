@@ -22,9 +22,11 @@
     __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_WARNING, kLogTag, SSO_FLOW_FORMAT(text), \
                  kLogFile, __func__, __VA_ARGS__)
 /// What helps to follow it closely.
-#define SSO_LOG_DETAIL(text, ...)                                                                  \
-    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_INFO, kLogTag, SSO_DETAIL_FORMAT(text), kLogFile, \
-                 __func__, __VA_ARGS__)
+#define SSO_LOG_DETAIL(text, ...) SSO_LOG_DETAIL_AS(SSO_DETAIL_FORMAT(text), __VA_ARGS__)
+/// The same with a format that a table holds.
+#define SSO_LOG_DETAIL_AS(format, ...)                                                      \
+    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_INFO, kLogTag, format, kLogFile, __func__, \
+                 __VA_ARGS__)
 /// What went wrong.
 #define SSO_LOG_ERROR(text, ...)                                                             \
     __dlog_print(DLOG_BUFFER_SYSTEM, DLOG_PRIORITY_WARNING, kLogTag, SSO_ERROR_FORMAT(text), \

@@ -137,7 +137,7 @@ CPluginSSOMessageHandler::~CPluginSSOMessageHandler() {
 
 void CPluginSSOMessageHandler::Register() {
     if (m_poInstance->RegisterMessageHandler(this, pp::MessageLoop::GetCurrent()) != PP_OK) {
-        // On record as a flow line: a failed registration is part of an instance's normal end.
+        // A flow line, unlike other failures: who reads the log looks for it there.
         SSO_LOG_FLOW("Error while registering MessageHandler", 379);
     }
 }
@@ -233,8 +233,7 @@ void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
         SSO_LOG_FLOW("HandleMessageImpl end", 278);
         return;
     }
-    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_INFO, kLogTag, row->logFormat, kLogFile, __func__,
-                 row->logLine);
+    SSO_LOG_DETAIL_AS(row->logFormat, row->logLine);
     for (const RequiredKey& required : row->required) {
         if (required.key != nullptr && !hasString(request, required.key)) {
             refuse(command, SSO_STATUS_FAILED, SSO_ERROR_PARAM_INVALID, required.errorMessage);
@@ -284,8 +283,7 @@ pp::Var CPluginSSOMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle i
         SSO_LOG_DETAIL("unknown command[%s]", 365, command.c_str());
         return refuse(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command");
     }
-    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_INFO, kLogTag, row->logFormat, kLogFile, __func__,
-                 row->logLine);
+    SSO_LOG_DETAIL_AS(row->logFormat, row->logLine);
     return (this->*(row->answer))(request);
 }
 
