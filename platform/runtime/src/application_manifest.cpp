@@ -41,6 +41,8 @@ json parseObject(const std::string& path) {
         const auto line =
             1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
         fail(path, "is not JSON, see line " + std::to_string(line));
+    } catch (const json::out_of_range&) {
+        fail(path, "is not JSON that can be read: a number is out of range");
     }
 }
 
@@ -91,8 +93,10 @@ std::string privilegeIdentifier(const std::string& name) {
     for (const char* known : {"sso.partner", "sso.platform", "sso.public"}) {
         if (name == known || "sso." + name == known) return std::string(kPrivilegePath) + known;
     }
-    throw ManifestError("unknown privilege \"" + name +
-                        "\"; known are partner, platform, public, and full identifiers (URLs)");
+    // Quoted as JSON, which keeps line ends out of the message.
+    throw ManifestError("unknown privilege " +
+                        json(name).dump(-1, ' ', false, json::error_handler_t::replace) +
+                        "; known are partner, platform, public, and full identifiers (URLs)");
 }
 
 }  // namespace runtime
