@@ -60,7 +60,7 @@ TEST_F(ASink, TakesANullTagAsEmpty) {
 
 TEST_F(ASink, SeesNothingOfANullFormat) {
     const char* none = nullptr;
-    EXPECT_EQ(__dlog_print(0, 4, "TAG", none), -1);
+    EXPECT_EQ(__dlog_print(0, 4, "TAG", none, 0), -1);
     EXPECT_TRUE(m_lines.empty());
 }
 
