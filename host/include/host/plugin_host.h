@@ -180,6 +180,7 @@ class PluginHost {
     /// that is not yet due is not waited for.
     ///
     /// @return false when it took longer than the timeout.
+    /// @throws std::logic_error  on the module's main thread, which would wait for itself.
     bool drain(PP_Instance instance, std::chrono::milliseconds timeout = std::chrono::seconds(10));
 
     /// Makes the next call of RegisterMessageHandler fail with the result, without any check and
@@ -204,8 +205,8 @@ class PluginHost {
     /// Vars that the module owns references to now.
     std::vector<HeldVar> moduleHeldVars() const;
 
-    /// Resources that the module owns references to now. Not among the problems: the class layer
-    /// leaks one per GetForMainThread and GetCurrent.
+    /// Resources that the module owns references to now. Not among the problems: Pepper's own class
+    /// layer, which a device's build links, leaks one per GetForMainThread and GetCurrent.
     std::vector<LiveResource> liveResources() const;
 
     /// Releases of resources that the module did not own a reference to.
