@@ -8,6 +8,14 @@
 // They are read by people and by tools that count on file, function and line number. The numbers
 // are part of that output: they stay when code moves, so a log call names its number.
 
+// The log service's own numbers: a device's header declares the call, and may name them otherwise.
+enum {
+    SSO_LOG_BUFFER_MAIN = 0,
+    SSO_LOG_BUFFER_SYSTEM = 2,
+    SSO_LOG_PRIORITY_INFO = 4,
+    SSO_LOG_PRIORITY_WARNING = 5,
+};
+
 /// The format of a line of each kind, for a text literal that may hold conversions of its own.
 #define SSO_FLOW_FORMAT(text) "%s: %s(%d) > \033[0;32m" text "\033[0;m"
 #define SSO_DETAIL_FORMAT(text) "%s: %s(%d) > \033[0;33m" text "\033[0;m"
@@ -18,18 +26,18 @@
 // the name of the function it stands in.
 
 /// The course of things.
-#define SSO_LOG_FLOW(text, ...)                                                           \
-    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_WARNING, kLogTag, SSO_FLOW_FORMAT(text), \
+#define SSO_LOG_FLOW(text, ...)                                                                 \
+    __dlog_print(SSO_LOG_BUFFER_MAIN, SSO_LOG_PRIORITY_WARNING, kLogTag, SSO_FLOW_FORMAT(text), \
                  kLogFile, __func__, __VA_ARGS__)
 /// What helps to follow it closely.
 #define SSO_LOG_DETAIL(text, ...) SSO_LOG_DETAIL_AS(SSO_DETAIL_FORMAT(text), __VA_ARGS__)
 /// The same with a format that a table holds.
-#define SSO_LOG_DETAIL_AS(format, ...)                                                      \
-    __dlog_print(DLOG_BUFFER_MAIN, DLOG_PRIORITY_INFO, kLogTag, format, kLogFile, __func__, \
+#define SSO_LOG_DETAIL_AS(format, ...)                                                            \
+    __dlog_print(SSO_LOG_BUFFER_MAIN, SSO_LOG_PRIORITY_INFO, kLogTag, format, kLogFile, __func__, \
                  __VA_ARGS__)
 /// What went wrong.
-#define SSO_LOG_ERROR(text, ...)                                                             \
-    __dlog_print(DLOG_BUFFER_SYSTEM, DLOG_PRIORITY_WARNING, kLogTag, SSO_ERROR_FORMAT(text), \
+#define SSO_LOG_ERROR(text, ...)                                                                   \
+    __dlog_print(SSO_LOG_BUFFER_SYSTEM, SSO_LOG_PRIORITY_WARNING, kLogTag, SSO_ERROR_FORMAT(text), \
                  kLogFile, __func__, __VA_ARGS__)
 
 #endif

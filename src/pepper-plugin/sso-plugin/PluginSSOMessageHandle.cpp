@@ -21,6 +21,10 @@ constexpr char kPrivilegePartner[] = SSO_PRIVILEGE_ORIGIN "/privilege/sso.partne
 constexpr char kPrivilegePlatform[] = SSO_PRIVILEGE_ORIGIN "/privilege/sso.platform";
 constexpr char kPrivilegePublic[] = SSO_PRIVILEGE_ORIGIN "/privilege/sso.public";
 
+/// What a start call of the client library returns when it started nothing. Any other result, also
+/// a negative one, means that the callback will come.
+constexpr int kNotStarted = -1;
+
 constexpr size_t kMaxKeys = 3;
 /// Texts of a request, in the order of the command's keys.
 using Texts = std::array<std::string, kMaxKeys>;
@@ -245,7 +249,7 @@ void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
         // A key that is missing or no string reads as the empty text.
         texts[i] = request.Get(row->read[i]).AsString();
     }
-    if (row->start(texts, this) == SSO_ERROR_NOT_STARTED) {
+    if (row->start(texts, this) == kNotStarted) {
         refuse(command, SSO_STATUS_FAILED, "error", row->failure);
         return;
     }
