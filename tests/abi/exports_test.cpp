@@ -70,14 +70,31 @@ TEST(TheStandIns, ExportTheirPublicFunctionsAndNothingElse) {
     EXPECT_EQ(exportsOf("libvconf.so"),
               (Names{"vconf_watch_key_changed", "vconf_ignore_key_changed",
                      "vconf_control_set_observer", "vconf_control_subscriptions"}));
-    EXPECT_EQ(exportsOf("libsso_api.so"),
-              (Names{"sso_show", "sso_show_term_page", "sso_request_access_token",
-                     "sso_get_cp_account_mapping_list", "sso_add_cp_account_mapping_info",
-                     "sso_remove_cp_account_mapping_info", "sso_get_login_state",
-                     "sso_get_term_state", "sso_get_login_info", "sso_get_guid",
-                     "sso_get_auth_token", "sso_give_proxy", "sso_api_control_set_observer",
-                     "sso_api_control_set_start_result", "sso_api_control_set_popup_end",
-                     "sso_api_control_outstanding", "sso_api_control_finish"}));
+    const Names clientLibrary = {
+        // Public
+        "sso_show",
+        "sso_show_term_page",
+        "sso_request_access_token",
+        "sso_get_cp_account_mapping_list",
+        "sso_add_cp_account_mapping_info",
+        "sso_remove_cp_account_mapping_info",
+        "sso_get_login_state",
+        "sso_get_term_state",
+        "sso_get_login_info",
+        "sso_get_guid",
+        "sso_get_auth_token",
+        "sso_give_proxy",
+        // For tests
+        "sso_api_control_set_observer",
+        "sso_api_control_set_text_observer",
+        "sso_api_control_set_account",
+        "sso_api_control_set_start_result",
+        "sso_api_control_set_held",
+        "sso_api_control_set_answer",
+        "sso_api_control_outstanding",
+        "sso_api_control_finish",
+    };
+    EXPECT_EQ(exportsOf("libsso_api.so"), clientLibrary);
 }
 
 TEST(TheStandIns, CarryTheSonamesOfADevice) {

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+#include <iterator>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -9,6 +12,7 @@
 #include "plugin_test.h"
 #include "rows.h"
 #include "sso_api_control.h"
+#include "visits.h"
 
 namespace {
 
@@ -61,6 +65,27 @@ class TheContractOnTheNativeHost : public support::PluginTest {
         EXPECT_TRUE(m_recorder.libraryCalls().empty()) << "no row starts anything";
     }
 
+    template <std::size_t count>
+    void expectVisit(const char* account, const contract::Exchange (&visit)[count]) {
+        std::ifstream file(std::string(SSO_SOURCE_DIR "/web/accounts/") + account);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        ASSERT_EQ(sso_api_control_set_account(text.c_str()), SSO_OK);
+        sso_api_control_set_held(0);
+        const PP_Instance instance = embedWith(support::kAll);
+        for (const contract::Exchange& exchange : visit) {
+            SCOPED_TRACE(exchange.request);
+            if (exchange.path == contract::Path::Blocking) {
+                EXPECT_EQ(replyTo(instance, json(exchange.request)), json(exchange.answer));
+                continue;
+            }
+            host().post(instance, json(exchange.request));
+            ASSERT_TRUE(host().waitForMessages(1, std::chrono::seconds(30)));
+            EXPECT_THAT(takeAnswers(), ::testing::ElementsAre(json(exchange.answer)));
+        }
+        EXPECT_TRUE(host().drain(instance));
+        EXPECT_TRUE(takeAnswers().empty()) << "every request has one answer";
+    }
+
   private:
     std::map<unsigned, PP_Instance> m_instances;
 };
@@ -82,7 +107,7 @@ TEST_F(TheContractOnTheNativeHost, AnswersWhatJsonHasNoWordsForAsTheTableSays) {
 }
 
 TEST_F(TheContractOnTheNativeHost, AnswersALoginPageThatEndsByItself) {
-    sso_api_control_set_popup_end(0, SSO_POPUP_COMPLETED);
+    support::endPopupsAfter(0, "completed");
     const PP_Instance instance = instanceWith(support::kPartner);
     host().post(instance, json(contract::kLoginRequest));
     ASSERT_TRUE(host().waitForMessages(1, std::chrono::seconds(30)));
@@ -93,6 +118,35 @@ TEST_F(TheContractOnTheNativeHost, AnswersALoginPageThatCannotBeShown) {
     sso_api_control_set_start_result(SSO_ERROR_NOT_STARTED);
     EXPECT_EQ(answerTo(instanceWith(support::kPartner), json(contract::kLoginRequest)),
               json(contract::kLoginNotStarted));
+}
+
+TEST_F(TheContractOnTheNativeHost, ServesAPageOnADeviceThatIsSignedIn) {
+    expectVisit(contract::kSignedInAccount, contract::kSignedInVisit);
+}
+
+TEST_F(TheContractOnTheNativeHost, ServesAPageOnADeviceThatIsSignedOut) {
+    expectVisit(contract::kSignedOutAccount, contract::kSignedOutVisit);
+}
+
+TEST_F(TheContractOnTheNativeHost, ServesAPageWhenEverythingFails) {
+    expectVisit(contract::kFailingAccount, contract::kFailingVisit);
+}
+
+template <std::size_t count>
+std::set<std::string> commandsOf(const contract::Exchange (&visit)[count]) {
+    std::set<std::string> commands;
+    for (const contract::Exchange& exchange : visit) {
+        commands.insert(json(exchange.request)["command"].asString());
+    }
+    return commands;
+}
+
+TEST(TheContract, UsesEveryCommandOnEveryVisit) {
+    std::set<std::string> commands;
+    for (const contract::Command& command : contract::kCommands) commands.insert(command.name);
+    EXPECT_EQ(commandsOf(contract::kSignedInVisit), commands);
+    EXPECT_EQ(commandsOf(contract::kSignedOutVisit), commands);
+    EXPECT_EQ(commandsOf(contract::kFailingVisit), commands);
 }
 
 // The table has to be complete: each command is refused, and is unknown to the other path.

@@ -36,7 +36,7 @@ TEST_F(AnInstanceBeingDestroyed, DoesTheSameAfterItWasUsed) {
     replyTo(instance, requestOf(kVersion));
     answersTo(instance, Value(7));
     startLogin(instance);
-    sso_api_control_finish(0, 0, 0, nullptr);
+    finish(0, {0, 0, nullptr});
     EXPECT_THAT(destroyed(instance), ElementsAreArray(destruction()));
 }
 
@@ -131,7 +131,7 @@ TEST_F(AnUnregisteredHandler, StillAnswersWhatItStarted) {
     host().unregister(instance);
     ASSERT_TRUE(host().waitForMessages(1, std::chrono::seconds(30)));
     takeAnswers();
-    ASSERT_EQ(sso_api_control_finish(0, 0, 5, nullptr), SSO_OK);
+    ASSERT_EQ(finish(0, {0, 5, nullptr}), SSO_OK);
     EXPECT_THAT(takeAnswers(), ElementsAre(loginAnswer(5)));
     host().destroy(instance);
 }

@@ -159,13 +159,30 @@ TEST_F(ARefusedCommand, LogsWhenItWasBlocking) {
     }
 }
 
+/// Whatever any command may want.
+Value::Dictionary fullRequest(const char* command) {
+    Value::Dictionary request{{"command", command}};
+    for (const char* key :
+         {"data", "id", "secret", "termsId", "callerId", "appID", "cpName", "cpUID"}) {
+        request[key] = "text";
+    }
+    return request;
+}
+
 TEST_F(ARefusedCommand, IsNotCheckedAnyFurther) {
-    const PP_Instance instance = embedWith(support::kPlatform | support::kPublic);
+    const PP_Instance partnerless = embedWith(support::kPlatform | support::kPublic);
+    const PP_Instance platformless = embedWith(support::kPartner | support::kPublic);
     m_recorder.clear();
-    EXPECT_EQ(answerTo(instance, json(R"({"command": "sso_plugin_show_login_page", "data": 7})")),
-              refusal(kLogin));
-    EXPECT_EQ(answerTo(instance, json(R"({"command": "sso_plugin_show_login_page", "data": "x"})")),
-              refusal(kLogin));
+    for (const contract::Command& command : contract::kCommands) {
+        SCOPED_TRACE(command.name);
+        const bool isPartners = std::string(command.privilege) == "sso.partner";
+        const PP_Instance instance = isPartners ? partnerless : platformless;
+        for (const Value& request : {Value(fullRequest(command.name)), requestOf(command.name)}) {
+            EXPECT_EQ(answerTo(instance, request), refusal(command.name));
+            EXPECT_EQ(replyTo(instance, request),
+                      errorReply(18, "SecurityError", "You do not have the privilege"));
+        }
+    }
     EXPECT_TRUE(m_recorder.libraryCalls().empty());
 }
 
@@ -175,7 +192,7 @@ TEST_F(ACommandOfTheOtherPath, IsUnknownThere) {
         SCOPED_TRACE(command.name);
         m_recorder.clear();
         if (command.path == contract::Path::Blocking) {
-            EXPECT_EQ(answerTo(instance, requestOf(command.name)),
+            EXPECT_EQ(answerTo(instance, fullRequest(command.name)),
                       errorAnswer("", -1, "commandInvaild", "Command no recognized"));
             EXPECT_THAT(m_recorder.events(),
                         ElementsAreArray(
@@ -184,7 +201,7 @@ TEST_F(ACommandOfTheOtherPath, IsUnknownThere) {
                                       response("", -1, "commandInvaild", "Command no recognized"),
                                       {postedEnd()}})));
         } else {
-            EXPECT_EQ(replyTo(instance, requestOf(command.name)),
+            EXPECT_EQ(replyTo(instance, fullRequest(command.name)),
                       errorReply(-2, "InvalidValuesError", "unkown command"));
             EXPECT_THAT(m_recorder.events(),
                         ElementsAre(askedStart(), gate(command.name),
@@ -192,7 +209,6 @@ TEST_F(ACommandOfTheOtherPath, IsUnknownThere) {
                                            std::string("unknown command[") + command.name + "]")));
         }
     }
-    EXPECT_TRUE(m_recorder.libraryCalls().empty());
 }
 
 }  // namespace

@@ -25,6 +25,9 @@ inline Place handlerPlace(const char* function, int line = Place::kAnyLine) {
 }
 inline Place postedPlace(int line) { return handlerPlace("HandleMessageImpl", line); }
 inline Place askedPlace(int line) { return handlerPlace("HandleBlockingMessageImpl", line); }
+inline Place accountPlace(const char* function, int line) {
+    return {"SSOUtil", function, line, "PP_PLUGIN_SSO"};
+}
 
 /// The lists one after the other.
 inline EventMatchers sequence(std::initializer_list<EventMatchers> parts) {
@@ -51,6 +54,11 @@ inline EventMatcher postedEnd() {
 }
 inline EventMatcher askedStart() {
     return logged(Kind::Flow, askedPlace(284), "HandleBlockingMessageImpl start");
+}
+
+/// A blocking request up to where its command begins.
+inline EventMatchers askedFor(const std::string& command, int line) {
+    return {askedStart(), gate(command), logged(Kind::Detail, askedPlace(line), command)};
 }
 
 /// m_ResponseData up to where it posts.

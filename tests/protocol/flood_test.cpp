@@ -4,12 +4,12 @@
 
 #include <thread>
 
-#include "protocol_test.h"
+#include "asynchronous_commands.h"
 
 namespace protocol {
 namespace {
 
-using AFlood = ProtocolTest;
+using AFlood = AsynchronousTest;
 
 constexpr int kMessages = 5000;
 
@@ -66,19 +66,21 @@ TEST_F(AFlood, OfBothKindsKeepsTheOrderInWhichTheyWereSent) {
     }
 }
 
-TEST_F(AFlood, OfLoginPagesIsAnsweredOnceEach) {
-    constexpr int kPages = 1000;
+TEST_F(AFlood, OfOperationsIsAnsweredOnceEach) {
+    constexpr int kOperations = 1400;
+    const auto commandOf = [](int number) -> const AsynchronousCommand& {
+        return kAsynchronousCommands[static_cast<std::size_t>(number) %
+                                     kAsynchronousCommands.size()];
+    };
     const PP_Instance instance = embedWith(support::kPartner);
-    const Value request = json(R"({"command": "sso_plugin_show_login_page", "data": "x"})");
-    for (int i = 0; i < kPages; ++i) host().post(instance, request);
+    for (int i = 0; i < kOperations; ++i) host().post(instance, requestFor(commandOf(i)));
     ASSERT_TRUE(host().drain(instance, std::chrono::seconds(100)));
     EXPECT_THAT(takeAnswers(), IsEmpty());
-    ASSERT_EQ(sso_api_control_outstanding(), kPages);
-    for (int i = 0; i < kPages; ++i) ASSERT_EQ(sso_api_control_finish(0, 0, i, nullptr), SSO_OK);
-    const std::vector<Value> answers = takeAnswers();
-    ASSERT_EQ(answers.size(), static_cast<std::size_t>(kPages));
-    for (int i = 0; i < kPages; ++i) {
-        ASSERT_EQ(answers[static_cast<std::size_t>(i)], loginAnswer(i));
+    ASSERT_EQ(sso_api_control_outstanding(), kOperations);
+    for (int i = 0; i < kOperations; ++i) {
+        const std::string text = std::to_string(i);
+        ASSERT_EQ(finish(0, {i, i, text.c_str()}), SSO_OK);
+        ASSERT_THAT(takeAnswers(), ElementsAre(endAnswer(commandOf(i), {i, i, text.c_str()})));
     }
 }
 

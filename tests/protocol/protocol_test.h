@@ -14,8 +14,10 @@ namespace protocol {
 using host::CallResult;
 using host::Value;
 using support::Event;
+using support::finish;
 using support::json;
 using support::requestOf;
+using support::setAnswer;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
@@ -87,10 +89,12 @@ inline Value errorReply(int code, const char* name, const char* message) {
     return Value::Dictionary{{"code", code}, {"errorName", name}, {"errorMessage", message}};
 }
 
-inline Value versionReply() {
+inline Value goodReply(const Value& value) {
     return Value::Dictionary{
-        {"code", 0}, {"errorName", ""}, {"errorMessage", ""}, {"value", "1.1"}};
+        {"code", 0}, {"errorName", ""}, {"errorMessage", ""}, {"value", value}};
 }
+
+inline Value versionReply() { return goodReply("1.1"); }
 
 }  // namespace protocol
 

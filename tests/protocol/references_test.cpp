@@ -4,8 +4,8 @@
 
 #include <map>
 
+#include "asynchronous_commands.h"
 #include "host/var_table.h"
-#include "protocol_test.h"
 
 namespace protocol {
 namespace {
@@ -13,7 +13,7 @@ namespace {
 using host::VarOperation;
 using host::VarTable;
 
-class TheReferences : public ProtocolTest {
+class TheReferences : public AsynchronousTest {
   protected:
     /// Records while `action` runs and the plug-in gets idle.
     std::map<std::int64_t, std::vector<VarOperation>> recorded(
@@ -68,9 +68,18 @@ using TheReferencesOfAMessage = TheReferences;
 using TheReferencesOfAPrivilegeAnswer = TheReferences;
 
 TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryBlockingPath) {
-    const PP_Instance instance = embedWith(support::kPartner);
+    const PP_Instance instance = embedWith(support::kAll);
+    const sso_login_info info = {"first", "uid", {}};
+    ASSERT_EQ(setAnswer("sso_get_login_info", {0, nullptr, &info, nullptr}), SSO_OK);
+    ASSERT_EQ(setAnswer("sso_get_guid", {0, nullptr, nullptr, "guid"}), SSO_OK);
+    ASSERT_EQ(setAnswer("sso_get_auth_token", {0, nullptr, nullptr, "token"}), SSO_OK);
     for (const char* request :
          {R"({"command": "sso_plugin_getVersion"})", R"({"command": "sso_plugin_getSSOState"})",
+          R"({"command": "sso_plugin_getGuid"})", R"({"command": "sso_plugin_getLoginUid"})",
+          R"({"command": "sso_plugin_getLoginStatus"})",
+          R"({"command": "sso_plugin_getTermsAgreementState"})",
+          R"({"command": "sso_plugin_getTermsAgreementState", "termsId": ["x"]})",
+          R"({"command": "sso_plugin_getTermsAgreementState", "termsId": "x"})",
           R"({"command": "sso_plugin_createAccount"})", R"({"command": "nothing"})",
           R"({"command": [1]})", R"({})", R"("text")", R"([["x"]])",
           R"({"$type": "arraybuffer", "base64": "AAAAAA=="})"}) {
@@ -104,16 +113,68 @@ TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryPostedPath) {
     }
 }
 
-TEST_F(TheReferencesOfAMessage, AreBalancedWhileALoginPageIsOpenAndWhenItEnds) {
+TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryPathOfAnOperation) {
     const PP_Instance instance = embedWith(support::kPartner);
-    auto byVar = recorded(instance, [&] { startLogin(instance); });
-    EXPECT_FALSE(byVar.empty());
-    for (const auto& [id, operations] : byVar) expectBalanced(operations);
+    const auto expectAllBalanced = [&](std::size_t dictionaries, const std::function<void()>& run) {
+        const auto byVar = recorded(instance, run);
+        EXPECT_FALSE(byVar.empty());
+        for (const auto& [id, operations] : byVar) {
+            expectBalanced(operations);
+            EXPECT_EQ(countOf(operations, "response"), 0U);
+        }
+        EXPECT_EQ(madeBy(byVar, "PPB_VarDictionary.Create", "dictionary").size(), dictionaries);
+    };
+    for (const AsynchronousCommand& command : kAsynchronousCommands) {
+        SCOPED_TRACE(command.name);
+        for (const SsoApiEnd& end : {SsoApiEnd{0, 1, "text"}, SsoApiEnd{-1, 2, nullptr}}) {
+            expectAllBalanced(0, [&] { start(instance, command); });
+            expectAllBalanced(1, [&] { finish(0, end); });
+            EXPECT_THAT(takeAnswers(), ElementsAre(endAnswer(command, end)));
+        }
+        sso_api_control_set_start_result(-1);
+        expectAllBalanced(1, [&] { host().post(instance, requestFor(command)); });
+        sso_api_control_set_start_result(0);
+        for (const Key& key : command.keys) {
+            SCOPED_TRACE(key.name);
+            Value::Dictionary request = requestFor(command);
+            request[key.name] = Value::Array{"counted"};
+            expectAllBalanced(key.refusal != nullptr ? 1 : 0,
+                              [&] { host().post(instance, request); });
+        }
+        sso_give_proxy();  // ends what was started without its last text
+        takeAnswers();
+    }
+}
 
-    byVar = recorded(instance, [&] { sso_api_control_finish(0, 0, 1, nullptr); });
-    for (const auto& [id, operations] : byVar) expectBalanced(operations);
-    EXPECT_EQ(madeBy(byVar, "PPB_VarDictionary.Create", "dictionary").size(), 1U);
-    EXPECT_THAT(takeAnswers(), ElementsAre(loginAnswer(1)));
+// The keys are asked for in their order, and none behind the first that is no text.
+TEST_F(TheReferencesOfAMessage, AreTakenOfNoKeyBehindABadOne) {
+    const PP_Instance instance = embedWith(support::kPartner);
+    for (const AsynchronousCommand& command : kAsynchronousCommands) {
+        for (std::size_t bad = 0; bad < command.keys.size(); ++bad) {
+            if (command.keys[bad].refusal == nullptr) continue;
+            SCOPED_TRACE(command.name + (" without " + std::string(command.keys[bad].name)));
+            Value::Dictionary request = requestFor(command);
+            request.erase(command.keys[bad].name);
+            std::vector<std::string> asked;
+            std::vector<std::string> expected;
+            for (std::size_t i = 0; i <= bad; ++i) expected.emplace_back(command.keys[i].name);
+
+            VarTable::instance().recordOperations(true);
+            EXPECT_EQ(answersTo(instance, request).size(), 1U);
+            for (const VarOperation& operation : VarTable::instance().operations()) {
+                if (operation.call != "PPB_Var.VarFromUtf8") continue;
+                for (const Key& key : command.keys) {
+                    const bool isKey =
+                        operation.preview == "string \"" + std::string(key.name) + "\"";
+                    if (isKey && (asked.empty() || asked.back() != key.name)) {
+                        asked.emplace_back(key.name);
+                    }
+                }
+            }
+            VarTable::instance().recordOperations(false);
+            EXPECT_EQ(asked, expected);
+        }
+    }
 }
 
 TEST_F(TheReferencesOfAMessage, AreBalancedWhenItIsNotHandled) {

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
+#include "asynchronous_commands.h"
 #include "host/var_conversion.h"
 #include "host/var_table.h"
 #include "module_path.h"
@@ -10,7 +11,6 @@
 #include "ppapi/c/ppp.h"
 #include "ppapi/c/ppp_instance.h"
 #include "ppapi/c/ppp_message_handler.h"
-#include "protocol_test.h"
 
 namespace protocol {
 namespace {
@@ -42,6 +42,7 @@ class AnInstanceWithoutANumber : public ProtocolTest {
   protected:
     void SetUp() override {
         g_registered = {};
+        m_extension.grant(support::kPartner);
         replaceInterface(PPB_MESSAGING_INTERFACE_1_2, &kMessaging);
         host().runOnMain([this] {
             void* module = dlopen(support::modulePath().c_str(), RTLD_LAZY | RTLD_NOLOAD);
@@ -64,21 +65,49 @@ class AnInstanceWithoutANumber : public ProtocolTest {
         ProtocolTest::TearDown();
     }
 
+    /// A message from a page that cannot be.
+    static void send(const Value& value) {
+        const PP_Var message = host::toVar("test", value);
+        g_registered.table->HandleMessage(0, g_registered.userData, &message);
+    }
+
+    /// An answer that does not go out.
+    static EventMatchers unposted(const std::string& command, int status,
+                                  const std::string& errorName, const std::string& errorMessage) {
+        return sequence({responseBegin(command, status, errorName, errorMessage),
+                         {logged(Kind::Error, handlerPlace("m_ResponseData", 97),
+                                 "m_poInstance->pp_instance() is null didn't called PostMessage"),
+                          responseEnd()}});
+    }
+
     const PPP_Instance_1_1* m_table = nullptr;
 };
 
 TEST_F(AnInstanceWithoutANumber, PostsNothingAndSaysSoInRed) {
     m_recorder.clear();
-    const PP_Var message = host::toVar("test", Value(7));
-    g_registered.table->HandleMessage(0, g_registered.userData, &message);
+    send(Value(7));
     EXPECT_THAT(m_recorder.events(),
-                ElementsAreArray(sequence(
-                    {{postedStart(),
-                      logged(Kind::Error, postedPlace(117), "The incoming message is invalid")},
-                     responseBegin("", -1, "paramInvaild", "Incoming message is invalid"),
-                     {logged(Kind::Error, handlerPlace("m_ResponseData", 97),
-                             "m_poInstance->pp_instance() is null didn't called PostMessage"),
-                      responseEnd()}})));
+                ElementsAreArray(
+                    sequence({{postedStart(), logged(Kind::Error, postedPlace(117),
+                                                     "The incoming message is invalid")},
+                              unposted("", -1, "paramInvaild", "Incoming message is invalid")})));
+    EXPECT_EQ(g_registered.posts, 0);
+}
+
+TEST_F(AnInstanceWithoutANumber, StartsOperationsAndEndsThemInTheSameWay) {
+    for (const AsynchronousCommand& command : kAsynchronousCommands) {
+        SCOPED_TRACE(command.name);
+        m_recorder.clear();
+        send(requestFor(command));
+        EXPECT_THAT(m_recorder.events(), ElementsAreArray(started(command)));
+        m_recorder.clear();
+        int returned = -7;
+        ASSERT_EQ(finish(0, {1, 1, "text"}, &returned), SSO_OK);
+        EXPECT_EQ(returned, 0) << "an answer without a page is no error to the library";
+        EXPECT_THAT(
+            m_recorder.events(),
+            ElementsAreArray(sequence({callbackLine(command), unposted(command.name, 0, "", "")})));
+    }
     EXPECT_EQ(g_registered.posts, 0);
 }
 

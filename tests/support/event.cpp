@@ -23,6 +23,8 @@ const char* nameOf(Supplier supplier) {
             return "configuration";
         case Supplier::Library:
             return "library";
+        case Supplier::Memory:
+            return "memory";
     }
     return "?";
 }

@@ -15,6 +15,7 @@ enum class Supplier {
     Extension,      ///< the vendor table
     Configuration,  ///< the configuration store
     Library,        ///< the SSO client library
+    Memory,         ///< free() of a text of the client library: "free(sso_get_guid)"
 };
 
 /// One call that the plug-in made.

@@ -7,7 +7,6 @@
 namespace support {
 namespace {
 
-constexpr const char* kTag = "QPP_BASE";
 constexpr const char* kColourEnd = "\033[0;m";
 
 const char* colourOf(Kind kind) {
@@ -31,18 +30,19 @@ class LineMatcher {
         : m_buffer(kind == Kind::Error ? 2 : 0),
           m_priority(kind == Kind::Detail ? 4 : 5),
           m_line(place.line),
+          m_tag(place.tag),
           m_format(std::string("%s: %s(%d) > ") + colourOf(kind) + format + kColourEnd),
           m_before(std::string(place.file) + ": " + place.function + "("),
           m_after(std::string(") > ") + colourOf(kind) + message + kColourEnd) {}
 
     bool MatchAndExplain(const Event& event, std::ostream*) const {
         return event.supplier == Supplier::Log && event.buffer == m_buffer &&
-               event.priority == m_priority && event.tag == kTag && event.format == m_format &&
+               event.priority == m_priority && event.tag == m_tag && event.format == m_format &&
                textMatches(event.what);
     }
 
     void DescribeTo(std::ostream* stream) const {
-        *stream << "is log " << m_buffer << '/' << m_priority << '/' << kTag << " \""
+        *stream << "is log " << m_buffer << '/' << m_priority << '/' << m_tag << " \""
                 << visible(m_before) << (m_line == Place::kAnyLine ? "*" : std::to_string(m_line))
                 << visible(m_after) << "\" of \"" << visible(m_format) << '"';
     }
@@ -67,6 +67,7 @@ class LineMatcher {
     int m_buffer;
     int m_priority;
     int m_line;
+    std::string m_tag;
     std::string m_format;
     std::string m_before;
     std::string m_after;

@@ -21,6 +21,7 @@ struct Place {
     const char* file;
     const char* function;
     int line = kAnyLine;
+    const char* tag = "QPP_BASE";
 
     /// The number is free, but it must be a positive one.
     static constexpr int kAnyLine = 0;

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "client_library.h"
+#include "free_watch.h"
 #include "host/value_json.h"
 #include "module_path.h"
 #include "runtime/ppb_extension_system_korvane.h"
-#include "sso_api.h"
-#include "sso_api_control.h"
 
 namespace support {
 
@@ -14,13 +14,13 @@ using host::Value;
 
 PluginTest::PluginTest() {
     m_interfaces[PPB_EXTENSIONSYSTEM_KORVANE_INTERFACE_0_1] = RecordingExtension::table();
-    sso_api_control_set_popup_end(-1, SSO_POPUP_COMPLETED);
+    sso_api_control_set_held(1);
 }
 
 PluginTest::~PluginTest() {
     m_host.reset();
-    sso_api_control_set_start_result(SSO_OK);
-    sso_give_proxy();  // nothing of this test may reach the next
+    resetLibrary();  // nothing of this test may reach the next
+    forgetWatchedBlocks();
 }
 
 void PluginTest::TearDown() {
@@ -33,6 +33,7 @@ void PluginTest::TearDown() {
     m_host->unload();
     expectNothingHeld();
     EXPECT_EQ(m_host->liveResources().size(), 0U);
+    EXPECT_EQ(watchedBlocks(), 0U) << "texts of the client library were not released";
     EXPECT_THAT(m_host->consoleLines(), ::testing::IsEmpty());
     // All tests of one program rely on it: the next one has to get fresh static data.
     EXPECT_FALSE(m_host->moduleIsLoaded());

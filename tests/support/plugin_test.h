@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "client_library.h"
 #include "host/message.h"
 #include "host/plugin_host.h"
 #include "host/value.h"
@@ -20,8 +21,9 @@
 namespace support {
 
 /// The plug-in under test in a native host, freshly loaded for each test, with all suppliers
-/// recorded. Popups of the client library wait until a test ends them. At the end of each test it
-/// checks that the module made no mistake with references and kept none.
+/// recorded. Operations of the client library wait until a test ends them. At the end of each test it
+/// checks that the module made no mistake with references, kept none, and released the client
+/// library's texts.
 class PluginTest : public ::testing::Test {
   protected:
     PluginTest();

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "dlog_control.h"
+#include "free_watch.h"
 #include "sso_api_control.h"
 #include "vconf_control.h"
 
@@ -22,9 +23,11 @@ Recorder::Recorder() {
     dlog_control_set_sink(&Recorder::logged, this);
     vconf_control_set_observer(&Recorder::withdrawn, this);
     sso_api_control_set_observer(&Recorder::called, this);
+    sso_api_control_set_text_observer(&Recorder::handedOut, this);
 }
 
 Recorder::~Recorder() {
+    sso_api_control_set_text_observer(nullptr, nullptr);
     sso_api_control_set_observer(nullptr, nullptr);
     vconf_control_set_observer(nullptr, nullptr);
     dlog_control_set_sink(nullptr, nullptr);
@@ -123,6 +126,18 @@ void Recorder::called(const SsoApiCall* call, void* user) {
     event.supplier = Supplier::Library;
     event.what = call->function;
     static_cast<Recorder*>(user)->add(std::move(event), std::move(note));
+}
+
+void Recorder::handedOut(const char* function, const char* text, void* user) {
+    Recorder& self = *static_cast<Recorder*>(user);
+    const std::lock_guard lock(self.m_mutex);
+    self.m_texts.push_back({self, std::string("free(") + function + ")"});
+    watchFree(text, &Recorder::released, &self.m_texts.back());
+}
+
+void Recorder::released(const void*, void* user) {
+    const auto* text = static_cast<HandedOutText*>(user);
+    text->recorder.record(Supplier::Memory, text->event);
 }
 
 void Recorder::add(Event event, std::optional<LibraryCall> call) {

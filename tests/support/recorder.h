@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
+#include <list>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -29,10 +30,16 @@ struct LibraryCall {
     void* userData = nullptr;
     pid_t threadId = 0;
 
-    /// The callback of a popup's operation.
+    /// @name The callback, as an operation of that kind gets it
+    /// @{
     sso_popup_callback popupCallback() const {
         return reinterpret_cast<sso_popup_callback>(callback);
     }
+    sso_text_callback textCallback() const { return reinterpret_cast<sso_text_callback>(callback); }
+    sso_result_callback resultCallback() const {
+        return reinterpret_cast<sso_result_callback>(callback);
+    }
+    /// @}
 };
 
 /// Listens to all suppliers of the plug-in and keeps one list of its calls, in the order they began.
@@ -82,13 +89,22 @@ class Recorder {
     static void logged(const DlogRecord* record, void* user);
     static void withdrawn(const VconfWithdrawal* withdrawal, void* user);
     static void called(const SsoApiCall* call, void* user);
+    static void handedOut(const char* function, const char* text, void* user);
+    static void released(const void* block, void* user);
     void add(Event event, std::optional<LibraryCall> call = std::nullopt);
+
+    /// A text that the client library gave away, and the event of its release.
+    struct HandedOutText {
+        Recorder& recorder;
+        std::string event;
+    };
 
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_changed;
     std::vector<Event> m_events;
     std::vector<std::string> m_lookups;
     std::vector<LibraryCall> m_libraryCalls;
+    std::list<HandedOutText> m_texts;
     std::function<void(const Event&)> m_hook;
 };
 

@@ -9,42 +9,83 @@
 extern "C" {
 #endif
 
-/** One call of an asynchronous operation or of sso_give_proxy, valid during the observer's call. */
+/** One call of a function of sso_api.h, valid during the observer's call. */
 struct SsoApiCall {
     const char* function;
-    const void* window;   /**< of sso_show, else null */
-    int flags;            /**< of the popups, else 0 */
-    const char* texts[3]; /**< in the order of the arguments; null beyond the last */
-    void (*callback)(void);
-    void* user_data;
+    const void* window;     /**< of sso_show, else null */
+    int flags;              /**< of the popups, else 0 */
+    const char* texts[3];   /**< in the order of the arguments; null beyond the last */
+    void (*callback)(void); /**< of asynchronous operations, else null */
+    void* user_data;        /**< of asynchronous operations, else null */
 };
 
 typedef void (*SsoApiObserver)(const struct SsoApiCall* call, void* user);
 
-/** Tells `observer` of every such call as it begins, on the calling thread. Null ends it. */
+/** Tells `observer` of every call as it begins, on the calling thread. Null ends it. */
 void sso_api_control_set_observer(SsoApiObserver observer, void* user);
+
+typedef void (*SsoApiTextObserver)(const char* function, const char* text, void* user);
+
+/** Tells `observer` of every text that an out-parameter is given, before the call returns. The
+ * address is the one that the caller gets, and has to release. Null ends it. */
+void sso_api_control_set_text_observer(SsoApiTextObserver observer, void* user);
+
+/**
+ * Replaces the account, as if the library had been loaded with that account file. Operations that
+ * are outstanding go on.
+ *
+ * @param json  the content of an account file; null for nobody, as without a file.
+ * @return SSO_OK, or SSO_ERROR_INVALID, with a line on standard error, when it is no account; then
+ *         the account is as it was.
+ */
+int sso_api_control_set_account(const char* json);
 
 /** What start calls return from now on. SSO_ERROR_NOT_STARTED starts nothing; any other value
  * starts the operation. SSO_OK at first. */
 void sso_api_control_set_start_result(int result);
 
-/** How popups end by themselves: `delay_ms` milliseconds after their start, in `state`. 200 and
- * SSO_POPUP_COMPLETED at first. Negative: never, they wait for sso_api_control_finish. */
-void sso_api_control_set_popup_end(int delay_ms, int state);
+/** With a value other than 0, operations that are started from now on do not end by themselves:
+ * they wait for sso_api_control_finish. 0 at first. */
+void sso_api_control_set_held(int held);
+
+/** What a query gives. A member that is null leaves the out-parameter as the caller set it. */
+struct SsoApiAnswer {
+    int result;
+    const int* state;                  /**< of sso_get_login_state and sso_get_term_state */
+    const struct sso_login_info* info; /**< of sso_get_login_info */
+    const char* text;                  /**< of sso_get_guid and sso_get_auth_token: handed out as a
+                                            copy, also with a result that says failure */
+};
+
+/**
+ * What a query gives from now on, instead of the account's value.
+ *
+ * @param function  "sso_get_login_state", "sso_get_term_state", "sso_get_login_info", "sso_get_guid"
+ *                  or "sso_get_auth_token".
+ * @param answer    copied; null for the account's value again.
+ * @return SSO_OK, or SSO_ERROR_INVALID for another function.
+ */
+int sso_api_control_set_answer(const char* function, const struct SsoApiAnswer* answer);
 
 /** The number of operations that were started and have not called back yet. */
 int sso_api_control_outstanding(void);
 
+/** What a callback is told; each kind takes the members that it has arguments for. */
+struct SsoApiEnd {
+    int result;
+    int state;        /**< of popups */
+    const char* text; /**< of token and list; may be null */
+};
+
 /**
- * Ends an outstanding operation now: its callback runs on the calling thread.
+ * Ends an outstanding operation now: its callback runs on the calling thread. The account stays as
+ * it is.
  *
- * @param index   0 for the oldest.
- * @param result  the callback's result argument.
- * @param state   the callback's state argument, if it has one.
+ * @param index  0 for the oldest.
  * @param callback_result  gets what the callback returned; may be null.
  * @return SSO_OK, or SSO_ERROR_INVALID when there is no such operation.
  */
-int sso_api_control_finish(int index, int result, int state, int* callback_result);
+int sso_api_control_finish(int index, const struct SsoApiEnd* end, int* callback_result);
 
 #ifdef __cplusplus
 }

@@ -22,7 +22,10 @@ enum {
     SSO_ERROR_NOT_STARTED = -1, /**< asynchronous: not started, no callback will come */
     SSO_ERROR_NO_ACCOUNT = -2,  /**< nobody is signed in */
     SSO_ERROR_CANCELLED = -3,   /**< callbacks: ended by sso_give_proxy */
-    SSO_ERROR_INVALID = -4,     /**< a null pointer, or an identifier that is not known */
+    SSO_ERROR_INVALID = -4,     /**< a null pointer, or an empty text where one is needed */
+    SSO_ERROR_UNKNOWN = -5,     /**< no such client, terms document or mapping */
+    SSO_ERROR_DUPLICATE = -6,   /**< the mapping is there already */
+    SSO_ERROR_UNAVAILABLE = -7, /**< the account service cannot be reached */
 };
 
 /** The state in which a popup ended. A device's library may have further ones. */
@@ -61,7 +64,8 @@ typedef int (*sso_text_callback)(void* user_data, int result, char* text);
 typedef int (*sso_result_callback)(void* user_data, int result);
 
 /**
- * Shows the login popup, or the page of it that `page` names.
+ * Shows the login popup, or the page of it that `page` names. A user who goes through it is signed
+ * in afterwards. The callback's result is SSO_OK, SSO_ERROR_CANCELLED or SSO_ERROR_UNAVAILABLE.
  *
  * @param window  the window to show it over; null for the library's own.
  * @param flags   0.
@@ -71,7 +75,8 @@ int sso_show(void* window, int flags, const char* page, sso_popup_callback callb
              void* user_data);
 
 /**
- * Shows a terms document.
+ * Shows a terms document. A user who goes through it has agreed to it afterwards. The callback's
+ * result is as that of sso_show().
  *
  * @param flags      0.
  * @param caller_id  the application that asks.
@@ -79,26 +84,38 @@ int sso_show(void* window, int flags, const char* page, sso_popup_callback callb
 int sso_show_term_page(const char* terms_id, int flags, const char* caller_id,
                        sso_popup_callback callback, void* user_data);
 
-/** Requests an access token for a client. The callback's text is the token, or null on failure. */
+/** Requests an access token for a client. The callback's text is the token; it is null on failure,
+ * which is SSO_ERROR_UNKNOWN for a client that is not known or has another secret. */
 int sso_request_access_token(const char* client_id, const char* client_secret,
                              sso_text_callback callback, void* user_data);
 
-/** Lists the account's mappings with a partner. The text is a JSON array, or null on failure. */
+/**
+ * Lists the account's mappings with a partner, oldest first. The callback's text is a JSON array of
+ * objects with the members "appID", "cpName" and "cpUID"; it is null on failure.
+ *
+ * @param cp_name  "" for those with all partners.
+ */
 int sso_get_cp_account_mapping_list(const char* app_id, const char* cp_name,
                                     sso_text_callback callback, void* user_data);
 
-/** Adds a mapping between the account and a user of a partner. */
+/** Adds a mapping between the account and a user of a partner. The callback's result is
+ * SSO_ERROR_INVALID when one of the texts is empty, SSO_ERROR_DUPLICATE when there is that mapping. */
 int sso_add_cp_account_mapping_info(const char* app_id, const char* cp_name, const char* cp_uid,
                                     sso_result_callback callback, void* user_data);
 
-/** Removes a mapping. */
+/**
+ * Removes a mapping. The callback's result is SSO_ERROR_UNKNOWN when there is none to remove.
+ *
+ * @param cp_uid  "" for all of the application's mappings with the partner.
+ */
 int sso_remove_cp_account_mapping_info(const char* app_id, const char* cp_name, const char* cp_uid,
                                        sso_result_callback callback, void* user_data);
 
 /** Writes SSO_LOGIN_STATE_* to `state`; on failure it is left alone. */
 int sso_get_login_state(int* state);
 
-/** Writes SSO_TERM_STATE_* of a terms document to `state`; on failure it is left alone. */
+/** Writes SSO_TERM_STATE_* of a terms document to `state`; on failure it is left alone. That is
+ * SSO_ERROR_UNKNOWN for a document that is not known. */
 int sso_get_term_state(const char* terms_id, int* state);
 
 /** Fills the caller's record; on failure it is left alone. */

@@ -1,37 +1,73 @@
 #include "control.h"
 
+#include <cstdio>
+#include <map>
 #include <mutex>
 
+#include "account_store.h"
 #include "guarded.h"
 #include "operation_queue.h"
 
 namespace sso_api {
 namespace {
 
+template <typename Function>
 struct Observer {
-    SsoApiObserver function = nullptr;
+    Function function = nullptr;
     void* user = nullptr;
 };
 
 std::mutex g_mutex;
-Behaviour g_behaviour;
-Observer g_observer;
+StartOrders g_startOrders;
+/// By the names of the queries, which are all there: without a value the account answers.
+std::map<std::string, std::optional<Answer>> g_answers = {
+    {"sso_get_login_state", {}}, {"sso_get_term_state", {}}, {"sso_get_login_info", {}},
+    {"sso_get_guid", {}},        {"sso_get_auth_token", {}},
+};
+Observer<SsoApiObserver> g_observer;
+Observer<SsoApiTextObserver> g_textObserver;
+
+template <typename Value>
+Value lockedCopy(const Value& value) {
+    const std::lock_guard lock(g_mutex);
+    return value;
+}
+
+Answer copyOf(const SsoApiAnswer& answer) {
+    Answer copy;
+    copy.result = answer.result;
+    if (answer.state != nullptr) {
+        copy.state = *answer.state;
+    }
+    if (answer.info != nullptr) {
+        copy.info = *answer.info;
+    }
+    if (answer.text != nullptr) {
+        copy.text = answer.text;
+    }
+    return copy;
+}
 
 }  // namespace
 
-Behaviour currentBehaviour() {
+StartOrders startOrders() { return lockedCopy(g_startOrders); }
+
+std::optional<Answer> orderedAnswer(const std::string& function) {
     const std::lock_guard lock(g_mutex);
-    return g_behaviour;
+    return g_answers.at(function);
 }
 
 void observe(const SsoApiCall& call) {
-    Observer observer;
-    {
-        const std::lock_guard lock(g_mutex);
-        observer = g_observer;
-    }
+    const auto observer = lockedCopy(g_observer);
     if (observer.function != nullptr) {
         observer.function(&call, observer.user);
+    }
+}
+
+void observeText(const char* function, const char* text) {
+    const auto observer = lockedCopy(g_textObserver);
+    if (observer.function != nullptr) {
+        observer.function(function, text, observer.user);
     }
 }
 
@@ -44,35 +80,64 @@ void sso_api_control_set_observer(SsoApiObserver observer, void* user) {
     g_observer = {observer, user};
 }
 
-void sso_api_control_set_start_result(int result) {
+void sso_api_control_set_text_observer(SsoApiTextObserver observer, void* user) {
     const std::lock_guard lock(g_mutex);
-    g_behaviour.startResult = result;
+    g_textObserver = {observer, user};
 }
 
-void sso_api_control_set_popup_end(int delay_ms, int state) {
+int sso_api_control_set_account(const char* json) {
+    return guarded(SSO_ERROR_INVALID, [&]() -> int {
+        try {
+            AccountStore::instance().replace(
+                Account(json != nullptr ? parseAccountFile(json, "account") : AccountFile()));
+            return SSO_OK;
+        } catch (const AccountFileError& error) {
+            std::fprintf(stderr, "sso_api: %s\n", error.what());
+            return SSO_ERROR_INVALID;
+        }
+    });
+}
+
+void sso_api_control_set_start_result(int result) {
     const std::lock_guard lock(g_mutex);
-    g_behaviour.popupDelay =
-        delay_ms < 0 ? std::nullopt : std::optional(std::chrono::milliseconds(delay_ms));
-    g_behaviour.popupState = static_cast<sso_popup_state_e>(state);
+    g_startOrders.result = result;
+}
+
+void sso_api_control_set_held(int held) {
+    const std::lock_guard lock(g_mutex);
+    g_startOrders.held = held != 0;
+}
+
+int sso_api_control_set_answer(const char* function, const SsoApiAnswer* answer) {
+    return guarded(SSO_ERROR_INVALID, [&]() -> int {
+        const std::lock_guard lock(g_mutex);
+        const auto found = function != nullptr ? g_answers.find(function) : g_answers.end();
+        if (found == g_answers.end()) {
+            return SSO_ERROR_INVALID;
+        }
+        found->second = answer != nullptr ? std::optional(copyOf(*answer)) : std::nullopt;
+        return SSO_OK;
+    });
 }
 
 int sso_api_control_outstanding(void) {
     return static_cast<int>(OperationQueue::instance().outstanding());
 }
 
-int sso_api_control_finish(int index, int result, int state, int* callback_result) {
-    return guarded(SSO_ERROR_INVALID, [&] {
-        if (index < 0) {
-            return static_cast<int>(SSO_ERROR_INVALID);
+int sso_api_control_finish(int index, const SsoApiEnd* end, int* callback_result) {
+    return guarded(SSO_ERROR_INVALID, [&]() -> int {
+        if (index < 0 || end == nullptr) {
+            return SSO_ERROR_INVALID;
         }
         const auto returned = OperationQueue::instance().finish(
-            static_cast<size_t>(index), {result, static_cast<sso_popup_state_e>(state)});
+            static_cast<size_t>(index), {end->result, static_cast<sso_popup_state_e>(end->state),
+                                         end->text != nullptr ? copyForC(end->text) : nullptr});
         if (!returned) {
-            return static_cast<int>(SSO_ERROR_INVALID);
+            return SSO_ERROR_INVALID;
         }
         if (callback_result != nullptr) {
             *callback_result = *returned;
         }
-        return static_cast<int>(SSO_OK);
+        return SSO_OK;
     });
 }

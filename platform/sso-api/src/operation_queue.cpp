@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 
-#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -11,6 +10,14 @@ namespace {
 
 // How many of this thread's callbacks are counted in m_running.
 thread_local int t_counted = 0;
+
+template <typename List>
+auto at(List& list, size_t index) {
+    const auto fromBegin = static_cast<std::ptrdiff_t>(index);
+    const auto fromEnd = static_cast<std::ptrdiff_t>(list.size() - index);
+    return fromBegin < fromEnd ? std::next(list.begin(), fromBegin)
+                               : std::prev(list.end(), fromEnd);
+}
 
 }  // namespace
 
@@ -24,7 +31,7 @@ OperationQueue::~OperationQueue() {
         const std::lock_guard lock(m_mutex);
         m_stopping = true;
     }
-    m_changed.notify_all();
+    m_sooner.notify_all();
     if (m_thread.get_id() == std::this_thread::get_id()) {
         m_thread.detach();  // a callback ends the process: it cannot wait for itself
     } else if (m_thread.joinable()) {
@@ -32,18 +39,25 @@ OperationQueue::~OperationQueue() {
     }
 }
 
-bool OperationQueue::start(std::optional<std::chrono::milliseconds> delay, const Outcome& outcome,
+bool OperationQueue::start(std::optional<std::chrono::milliseconds> delay, Work work,
                            Deliver deliver) {
     const std::lock_guard lock(m_mutex);
     if (m_ending > 0) {
         return false;
     }
     if (!m_thread.joinable()) {
-        m_thread = std::thread(&OperationQueue::work, this);
+        m_thread = std::thread(&OperationQueue::run, this);
     }
-    const auto due = delay ? Clock::now() + *delay : Clock::time_point::max();
-    m_operations.push_back({due, outcome, std::move(deliver)});
-    m_changed.notify_all();
+    // Whatever throws does so before the operation is among the others.
+    Operations started;
+    started.push_back({std::move(work), std::move(deliver), m_schedule.end()});
+    if (delay) {
+        started.front().due = m_schedule.emplace(Clock::now() + *delay, started.begin());
+        if (started.front().due == m_schedule.begin()) {
+            m_sooner.notify_all();
+        }
+    }
+    m_operations.splice(m_operations.end(), started);
     return true;
 }
 
@@ -52,8 +66,7 @@ std::optional<int> OperationQueue::finish(size_t index, const Outcome& outcome) 
     if (index >= m_operations.size()) {
         return std::nullopt;
     }
-    return deliver(lock, std::next(m_operations.begin(), static_cast<std::ptrdiff_t>(index)),
-                   outcome);
+    return end(lock, at(m_operations, index), &outcome);
 }
 
 void OperationQueue::endAll(const Outcome& outcome) {
@@ -61,11 +74,13 @@ void OperationQueue::endAll(const Outcome& outcome) {
     ++m_ending;
     const int own = std::exchange(t_counted, 0);
     m_running -= own;
-    m_changed.notify_all();
-    while (!m_operations.empty()) {
-        deliver(lock, m_operations.begin(), outcome);
+    if (m_running == 0) {
+        m_idle.notify_all();
     }
-    m_changed.wait(lock, [this] { return m_running == 0; });
+    while (!m_operations.empty()) {
+        end(lock, m_operations.begin(), &outcome);
+    }
+    m_idle.wait(lock, [this] { return m_running == 0; });
     m_running += own;
     t_counted = own;
     --m_ending;
@@ -76,36 +91,37 @@ size_t OperationQueue::outstanding() {
     return m_operations.size();
 }
 
-int OperationQueue::deliver(std::unique_lock<std::mutex>& lock, Operations::iterator operation,
-                            const Outcome& outcome) {
+int OperationQueue::end(std::unique_lock<std::mutex>& lock, Operations::iterator operation,
+                        const Outcome* outcome) {
+    if (operation->due != m_schedule.end()) {
+        m_schedule.erase(operation->due);
+    }
     Operations taken;
     taken.splice(taken.begin(), m_operations, operation);
     ++m_running;
     ++t_counted;
     lock.unlock();
-    const int result = taken.front().deliver(outcome);
+    const int result =
+        outcome != nullptr ? operation->deliver(*outcome) : operation->deliver(operation->work());
     lock.lock();
     --t_counted;
-    --m_running;
-    m_changed.notify_all();
+    if (--m_running == 0) {
+        m_idle.notify_all();
+    }
     return result;
 }
 
-void OperationQueue::work() {
+void OperationQueue::run() {
     pthread_setname_np(pthread_self(), "sso-api");
     std::unique_lock lock(m_mutex);
     while (!m_stopping) {
-        // Of two that are due at the same time the older one is first.
-        const auto next = std::min_element(
-            m_operations.begin(), m_operations.end(),
-            [](const Operation& one, const Operation& other) { return one.due < other.due; });
-        if (next == m_operations.end() || next->due == Clock::time_point::max()) {
-            m_changed.wait(lock);
-        } else if (next->due > Clock::now()) {
-            m_changed.wait_until(lock, Clock::time_point(next->due));
+        const auto next = m_schedule.begin();
+        if (next == m_schedule.end()) {
+            m_sooner.wait(lock);
+        } else if (next->first > Clock::now()) {
+            m_sooner.wait_until(lock, Clock::time_point(next->first));
         } else {
-            const Outcome outcome = next->outcome;
-            deliver(lock, next, outcome);
+            end(lock, next->second, nullptr);
         }
     }
 }

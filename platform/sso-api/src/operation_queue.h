@@ -5,19 +5,14 @@
 #include <condition_variable>
 #include <functional>
 #include <list>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <thread>
 
-#include "sso_api.h"
+#include "outcome.h"
 
 namespace sso_api {
-
-/// What a callback is told; each kind of callback takes the members that it has arguments for.
-struct Outcome {
-    int result = SSO_OK;
-    sso_popup_state_e state = SSO_POPUP_COMPLETED;
-};
 
 /// The outstanding operations of the process. Each delivers exactly one outcome: on the queue's own
 /// thread when it is due, or earlier on the thread that ends it. No lock is held meanwhile. The
@@ -25,6 +20,9 @@ struct Outcome {
 /// forks. Any thread.
 class OperationQueue {
   public:
+    /// What an operation does when it ends by itself; gives what its callback is told. May not
+    /// throw.
+    using Work = std::function<Outcome()>;
     /// Calls the operation's callback; gives what it returned.
     using Deliver = std::function<int(const Outcome&)>;
 
@@ -37,13 +35,14 @@ class OperationQueue {
     /// The queue of the process.
     static OperationQueue& instance();
 
+    /// Operations that are due at the same time end in the order of their starts.
+    ///
     /// @param delay  until the operation ends by itself; none: it waits for finish() or endAll().
     /// @return false while endAll() runs; then nothing was started.
-    bool start(std::optional<std::chrono::milliseconds> delay, const Outcome& outcome,
-               Deliver deliver);
+    bool start(std::optional<std::chrono::milliseconds> delay, Work work, Deliver deliver);
 
     /// Delivers `outcome` for the operation that was started as number `index` of the outstanding
-    /// ones, on the calling thread.
+    /// ones, on the calling thread. Takes the longer the farther that is from both ends.
     ///
     /// @return what the callback returned; nothing when there is no such operation.
     std::optional<int> finish(size_t index, const Outcome& outcome);
@@ -55,22 +54,28 @@ class OperationQueue {
     size_t outstanding();
 
   private:
+    struct Operation;
     using Clock = std::chrono::steady_clock;
-    struct Operation {
-        Clock::time_point due;
-        Outcome outcome;
-        Deliver deliver;
-    };
     using Operations = std::list<Operation>;
+    using Schedule = std::multimap<Clock::time_point, Operations::iterator>;
+    struct Operation {
+        Work work;
+        Deliver deliver;
+        Schedule::iterator due;  ///< the end of the schedule for one that waits to be ended
+    };
 
     /// Takes the operation out and delivers; `lock` is released meanwhile.
-    int deliver(std::unique_lock<std::mutex>& lock, Operations::iterator operation,
-                const Outcome& outcome);
-    void work();
+    ///
+    /// @param outcome  null for that of the operation's own work.
+    int end(std::unique_lock<std::mutex>& lock, Operations::iterator operation,
+            const Outcome* outcome);
+    void run();
 
     std::mutex m_mutex;
-    std::condition_variable m_changed;
-    Operations m_operations;  ///< the oldest first
+    std::condition_variable m_sooner;  ///< the thread has to look at the schedule again
+    std::condition_variable m_idle;    ///< m_running has become 0
+    Operations m_operations;           ///< the oldest first
+    Schedule m_schedule;
     /// Callbacks that run, without those whose thread waits in endAll() itself: they would wait
     /// for themselves, or for each other.
     int m_running = 0;

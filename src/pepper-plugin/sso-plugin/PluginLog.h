@@ -31,13 +31,16 @@ enum {
                  kLogFile, __func__, __VA_ARGS__)
 /// What helps to follow it closely.
 #define SSO_LOG_DETAIL(text, ...) SSO_LOG_DETAIL_AS(SSO_DETAIL_FORMAT(text), __VA_ARGS__)
-/// The same with a format that a table holds.
-#define SSO_LOG_DETAIL_AS(format, ...)                                                            \
-    __dlog_print(SSO_LOG_BUFFER_MAIN, SSO_LOG_PRIORITY_INFO, kLogTag, format, kLogFile, __func__, \
-                 __VA_ARGS__)
 /// What went wrong.
-#define SSO_LOG_ERROR(text, ...)                                                                   \
+#define SSO_LOG_ERROR(text, ...) SSO_LOG_ERROR_IN(__func__, text, __VA_ARGS__)
+
+// For a table that holds the format, or the name of the function that the line is for.
+#define SSO_LOG_DETAIL_AS(format, ...) SSO_LOG_DETAIL_IN(__func__, format, __VA_ARGS__)
+#define SSO_LOG_DETAIL_IN(function, format, ...)                                                  \
+    __dlog_print(SSO_LOG_BUFFER_MAIN, SSO_LOG_PRIORITY_INFO, kLogTag, format, kLogFile, function, \
+                 __VA_ARGS__)
+#define SSO_LOG_ERROR_IN(function, text, ...)                                                      \
     __dlog_print(SSO_LOG_BUFFER_SYSTEM, SSO_LOG_PRIORITY_WARNING, kLogTag, SSO_ERROR_FORMAT(text), \
-                 kLogFile, __func__, __VA_ARGS__)
+                 kLogFile, function, __VA_ARGS__)
 
 #endif

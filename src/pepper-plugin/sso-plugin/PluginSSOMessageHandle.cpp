@@ -7,6 +7,7 @@
 
 #include "PluginLog.h"
 #include "SSOProtocol.h"
+#include "SSOUtil.h"
 #include "extension/extension_system_korvane_wrt.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/message_loop.h"
@@ -35,7 +36,10 @@ struct RequiredKey {
 };
 
 bool hasString(const pp::VarDictionary& request, const char* key) {
-    return request.HasKey(key) && request.Get(key).is_string();
+    if (!request.HasKey(key)) {
+        return false;
+    }
+    return request.Get(key).is_string();
 }
 
 /// The row with that name, null when there is none. Exact: case and blanks count.
@@ -73,6 +77,9 @@ const CPluginSSOMessageHandler::CommandPrivilege CPluginSSOMessageHandler::kComm
     {SSO_COMMAND_GET_SSO_STATE, &CPluginSSOMessageHandler::m_bPrivilegePlatform},
 };
 
+/// A text and the format of the detail line that says it.
+#define SSO_LOGGED(text) text, SSO_DETAIL_FORMAT(text)
+
 // A command that starts an operation of the client library; its callback answers later.
 struct CPluginSSOMessageHandler::AsyncCommand {
     const char* name;
@@ -85,8 +92,7 @@ struct CPluginSSOMessageHandler::AsyncCommand {
 };
 
 const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCommands[] = {
-    {SSO_COMMAND_SHOW_LOGIN_PAGE,
-     SSO_DETAIL_FORMAT(SSO_COMMAND_SHOW_LOGIN_PAGE),
+    {SSO_LOGGED(SSO_COMMAND_SHOW_LOGIN_PAGE),
      140,
      {{SSO_KEY_DATA, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_DATA},
@@ -94,6 +100,65 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
          return sso_show(nullptr, 0, texts[0].c_str(), &m_ShowSSOLoginCallBack, self);
      },
      "show login failed"},
+    {SSO_LOGGED(SSO_COMMAND_CREATE_ACCOUNT),
+     161,
+     {},
+     {},
+     [](const Texts&, CPluginSSOMessageHandler* self) {
+         return sso_show(nullptr, 0, "", &m_ShowCreateAccountCallBack, self);
+     },
+     "show login failed"},  // the login page's text: pages know it as this command's
+    {SSO_LOGGED(SSO_COMMAND_GET_ACCESS_TOKEN),
+     176,
+     {{SSO_KEY_CLIENT_ID, SSO_MESSAGE_PARAM_INVALID},
+      {SSO_KEY_CLIENT_SECRET, SSO_MESSAGE_PARAM_INVALID}},
+     {SSO_KEY_CLIENT_ID, SSO_KEY_CLIENT_SECRET},
+     [](const Texts& texts, CPluginSSOMessageHandler* self) {
+         return sso_request_access_token(texts[0].c_str(), texts[1].c_str(),
+                                         &m_RequestAccessTokenCallBack, self);
+     },
+     "request access token failed"},
+    {SSO_LOGGED(SSO_COMMAND_SHOW_TERMS_PAGE),
+     194,
+     {{SSO_KEY_TERMS_ID, "termsId parameter is invalid"},
+      {SSO_KEY_CALLER_ID, "callerId parameter is invalid"}},
+     {SSO_KEY_TERMS_ID, SSO_KEY_CALLER_ID},
+     [](const Texts& texts, CPluginSSOMessageHandler* self) {
+         return sso_show_term_page(texts[0].c_str(), 0, texts[1].c_str(), &m_ShowTermsPageCallBack,
+                                   self);
+     },
+     "show terms page failed"},
+    {SSO_LOGGED(SSO_COMMAND_GET_MAPPING_LIST),
+     222,
+     {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}},
+     {SSO_KEY_APP_ID, SSO_KEY_PARTNER},  // without a partner: asked with ""
+     [](const Texts& texts, CPluginSSOMessageHandler* self) {
+         return sso_get_cp_account_mapping_list(texts[0].c_str(), texts[1].c_str(),
+                                                &m_GetPartnerAccountMappingListCallBack, self);
+     },
+     "get cp account mapping list failed"},
+    {SSO_LOGGED(SSO_COMMAND_ADD_MAPPING),
+     238,
+     {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID},
+      {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID},
+      {SSO_KEY_PARTNER_UID, SSO_MESSAGE_PARAM_INVALID}},
+     {SSO_KEY_APP_ID, SSO_KEY_PARTNER, SSO_KEY_PARTNER_UID},
+     [](const Texts& texts, CPluginSSOMessageHandler* self) {
+         return sso_add_cp_account_mapping_info(texts[0].c_str(), texts[1].c_str(),
+                                                texts[2].c_str(),
+                                                &m_AddPartnerAccountMappingInfoCallBack, self);
+     },
+     "add cp account mapping info failed"},
+    {SSO_LOGGED(SSO_COMMAND_REMOVE_MAPPING),
+     256,
+     {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}, {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID}},
+     {SSO_KEY_APP_ID, SSO_KEY_PARTNER, SSO_KEY_PARTNER_UID},  // without a user: asked with ""
+     [](const Texts& texts, CPluginSSOMessageHandler* self) {
+         return sso_remove_cp_account_mapping_info(
+             texts[0].c_str(), texts[1].c_str(), texts[2].c_str(),
+             &m_RemovePartnerAccountMappingInfoCallBack, self);
+     },
+     "remove cp account mapping info failed"},
 };
 
 // A command that is answered at once.
@@ -101,12 +166,46 @@ struct CPluginSSOMessageHandler::BlockingCommand {
     const char* name;
     const char* logFormat;
     int logLine;
-    pp::Var (CPluginSSOMessageHandler::*answer)(const pp::VarDictionary& request);
+    pp::Var (*answer)(CPluginSSOMessageHandler* self, const pp::VarDictionary& request);
 };
 
 const CPluginSSOMessageHandler::BlockingCommand CPluginSSOMessageHandler::kBlockingCommands[] = {
-    {SSO_COMMAND_GET_VERSION, SSO_DETAIL_FORMAT(SSO_COMMAND_GET_VERSION), 310,
-     &CPluginSSOMessageHandler::getVersion},
+    {SSO_LOGGED(SSO_COMMAND_GET_VERSION), 310,
+     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
+         return self->reply(pp::Var("1.1"));
+     }},
+    {SSO_LOGGED(SSO_COMMAND_GET_SSO_STATE), 315,
+     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
+         return self->reply(pp::Var(SSOUtil::GetSSOState()));
+     }},
+    {SSO_LOGGED(SSO_COMMAND_GET_GUID), 324,
+     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
+         return self->reply(pp::Var(SSOUtil::GetSSOGuid()));
+     }},
+    {SSO_LOGGED(SSO_COMMAND_GET_LOGIN_STATUS), 332,
+     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
+         int state = 0;  // the answer when the library does not write one
+         sso_get_login_state(&state);
+         return self->reply(pp::Var(state));
+     }},
+    {SSO_LOGGED(SSO_COMMAND_GET_LOGIN_UID), 341,
+     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
+         return self->reply(pp::Var(SSOUtil::GetSSOUid()));
+     }},
+    {SSO_LOGGED(SSO_COMMAND_GET_TERMS_STATE), 349,
+     [](CPluginSSOMessageHandler* self, const pp::VarDictionary& request) {
+         return self->getTermsState(request);
+     }},
+};
+
+// How the end of an operation is answered.
+struct CPluginSSOMessageHandler::Completion {
+    const char* callback;
+    const char* logFormat;  // null: it writes no detail line
+    int logLine;
+    int nullLine;  // of the line for null user data
+    const char* command;
+    const char* key;
 };
 
 CPluginSSOMessageHandler::CPluginSSOMessageHandler(pp::Instance* instance)
@@ -261,48 +360,117 @@ pp::Var CPluginSSOMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle i
     SSO_LOG_FLOW("HandleBlockingMessageImpl start", 284);
     // As in HandleMessageImpl.
     const pp::Instance page(instance.pp_instance());
-    const auto refuse = [this](int code, const char* errorName, const char* errorMessage) {
-        return createMessage(code, pp::Var(pp::Var::Null()), errorName, errorMessage);
-    };
-
     if (!message.is_dictionary()) {
         SSO_LOG_ERROR("The incoming message is invalid", 291);
-        return refuse(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
-                      "Incoming message is not dictionary");
+        return replyError(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                          "Incoming message is not dictionary");
     }
     const pp::VarDictionary request(message);
     if (!hasString(request, SSO_KEY_COMMAND)) {
         SSO_LOG_ERROR("The incoming command is invalid", 297);
-        return refuse(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
-                      SSO_MESSAGE_COMMAND_INVALID);
+        return replyError(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                          SSO_MESSAGE_COMMAND_INVALID);
     }
     const std::string command = request.Get(SSO_KEY_COMMAND).AsString();
     if (!m_CheckPrivilege(command)) {
         SSO_LOG_ERROR("check SSO Privilege fail", 305);
-        return refuse(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE);
+        return replyError(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE);
     }
 
     const BlockingCommand* const row = findCommand(kBlockingCommands, command);
     if (row == nullptr) {
         SSO_LOG_DETAIL("unknown command[%s]", 365, command.c_str());
-        return refuse(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command");
+        return replyError(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command");
     }
     SSO_LOG_DETAIL_AS(row->logFormat, row->logLine);
-    return (this->*(row->answer))(request);
+    return row->answer(this, request);
 }
 
-pp::Var CPluginSSOMessageHandler::getVersion(const pp::VarDictionary&) {
-    return createMessage(SSO_CODE_OK, pp::Var("1.1"), "", "");
+pp::Var CPluginSSOMessageHandler::reply(const pp::Var& value) {
+    return createMessage(SSO_CODE_OK, value, "", "");
+}
+
+pp::Var CPluginSSOMessageHandler::replyError(int code, const char* errorName,
+                                             const char* errorMessage) {
+    return createMessage(code, pp::Var(pp::Var::Null()), errorName, errorMessage);
+}
+
+pp::Var CPluginSSOMessageHandler::getTermsState(const pp::VarDictionary& request) {
+    if (!hasString(request, SSO_KEY_TERMS_ID)) {
+        return replyError(SSO_CODE_PARAM_INVALID, SSO_ERROR_PARAM_INVALID,
+                          SSO_MESSAGE_PARAM_INVALID);
+    }
+    const std::string termsId = request.Get(SSO_KEY_TERMS_ID).AsString();
+    int state = 0;  // the answer when the library does not write one
+    sso_get_term_state(termsId.c_str(), &state);
+    return reply(pp::Var(state));
+}
+
+namespace {
+
+pp::Var toVar(int32_t number) { return pp::Var(number); }
+pp::Var toVar(sso_popup_state_e state) { return pp::Var(static_cast<int32_t>(state)); }
+pp::Var toVar(const char* text) { return pp::Var(text != nullptr ? text : ""); }
+
+}  // namespace
+
+template <typename Result>
+int CPluginSSOMessageHandler::complete(const Completion& completion, void* userData,
+                                       Result result) {
+    auto* const handler = static_cast<CPluginSSOMessageHandler*>(userData);
+    if (handler == nullptr) {
+        SSO_LOG_ERROR_IN(completion.callback, "PluginSSO is NULL", completion.nullLine);
+        return -1;
+    }
+    if (completion.logFormat != nullptr) {
+        SSO_LOG_DETAIL_IN(completion.callback, completion.logFormat, completion.logLine);
+    }
+    pp::Var value = toVar(result);
+    std::string key(completion.key);
+    handler->m_ResponseData(completion.command, SSO_STATUS_OK, "", "", &key, &value, 1);
+    return 0;
 }
 
 int CPluginSSOMessageHandler::m_ShowSSOLoginCallBack(void* userData, int, sso_popup_state_e state) {
-    auto* const handler = static_cast<CPluginSSOMessageHandler*>(userData);
-    if (handler == nullptr) {
-        SSO_LOG_ERROR("PluginSSO is NULL", 414);
-        return -1;
-    }
-    pp::Var value(static_cast<int32_t>(state));
-    std::string key(SSO_KEY_STATE);
-    handler->m_ResponseData(SSO_COMMAND_SHOW_LOGIN_PAGE, SSO_STATUS_OK, "", "", &key, &value, 1);
-    return 0;
+    return complete({__func__, nullptr, 0, 414, SSO_COMMAND_SHOW_LOGIN_PAGE, SSO_KEY_STATE},
+                    userData, state);
+}
+
+int CPluginSSOMessageHandler::m_ShowTermsPageCallBack(void* userData, int,
+                                                      sso_popup_state_e state) {
+    return complete({__func__, SSO_DETAIL_FORMAT("m_ShowTermsPageCallBack"), 428, 438,
+                     SSO_COMMAND_SHOW_TERMS_PAGE, SSO_KEY_STATE},
+                    userData, state);
+}
+
+int CPluginSSOMessageHandler::m_ShowCreateAccountCallBack(void* userData, int,
+                                                          sso_popup_state_e state) {
+    return complete({__func__, nullptr, 0, 462, SSO_COMMAND_CREATE_ACCOUNT, SSO_KEY_STATE},
+                    userData, state);
+}
+
+int CPluginSSOMessageHandler::m_RequestAccessTokenCallBack(void* userData, int, char* token) {
+    return complete({__func__, SSO_DETAIL_FORMAT("m_RequestAccessTokenCallBack"), 476, 493,
+                     SSO_COMMAND_GET_ACCESS_TOKEN, SSO_KEY_TOKEN},
+                    userData, token);
+}
+
+int CPluginSSOMessageHandler::m_GetPartnerAccountMappingListCallBack(void* userData, int,
+                                                                     char* list) {
+    return complete({__func__, SSO_DETAIL_FORMAT("m_GetPartnerAccountMappingListCallBack"), 507,
+                     524, SSO_COMMAND_GET_MAPPING_LIST, SSO_KEY_MAPPING_LIST},
+                    userData, list);
+}
+
+int CPluginSSOMessageHandler::m_AddPartnerAccountMappingInfoCallBack(void* userData, int result) {
+    return complete({__func__, SSO_DETAIL_FORMAT("m_AddPartnerAccountMappingInfoCallBack"), 538,
+                     548, SSO_COMMAND_ADD_MAPPING, SSO_KEY_RESULT},
+                    userData, result);
+}
+
+int CPluginSSOMessageHandler::m_RemovePartnerAccountMappingInfoCallBack(void* userData,
+                                                                        int result) {
+    return complete({__func__, SSO_DETAIL_FORMAT("m_RemovePartnerAccountMappingInfoCallBack"), 562,
+                     572, SSO_COMMAND_REMOVE_MAPPING, SSO_KEY_RESULT},
+                    userData, result);
 }

@@ -35,13 +35,21 @@ class CPluginSSOMessageHandler : public PPBaseMessageHandler {
     /// Answers with the returned reply.
     pp::Var HandleBlockingMessageImpl(pp::InstanceHandle instance, const pp::Var& message) override;
 
-    /// Called by the client library when the login popup has ended.
-    ///
-    /// @param userData  the handler that started it.
-    /// @param result  not looked at: a page learns the end from the state alone.
-    /// @param state  sent as it is.
-    /// @return 0, or -1 for null user data, when nothing can be answered.
+    // Called by the client library when an operation has ended, each with the handler that started
+    // it as user data. They post one answer, with status 0 whatever the library reports: a page
+    // learns the end from the answer's value. They return 0, or -1 for null user data, when nobody
+    // can be answered.
+
+    // Popups: answered with "state", as it is. The result is not looked at.
     static int m_ShowSSOLoginCallBack(void* userData, int result, sso_popup_state_e state);
+    static int m_ShowTermsPageCallBack(void* userData, int result, sso_popup_state_e state);
+    static int m_ShowCreateAccountCallBack(void* userData, int result, sso_popup_state_e state);
+    // Texts, the library's: answered with a copy, "" for null. The result is not looked at.
+    static int m_RequestAccessTokenCallBack(void* userData, int result, char* token);
+    static int m_GetPartnerAccountMappingListCallBack(void* userData, int result, char* list);
+    // Changes of the mappings: answered with "result", as it is.
+    static int m_AddPartnerAccountMappingInfoCallBack(void* userData, int result);
+    static int m_RemovePartnerAccountMappingInfoCallBack(void* userData, int result);
 
   protected:
     /// Decides by name alone, from the privileges held at construction. A name that is no command
@@ -65,7 +73,14 @@ class CPluginSSOMessageHandler : public PPBaseMessageHandler {
     static const BlockingCommand kBlockingCommands[];
     static const CommandPrivilege kCommandPrivileges[];
 
-    pp::Var getVersion(const pp::VarDictionary& request);
+    struct Completion;
+    /// What all completion callbacks do; `result` is what its answer carries.
+    template <typename Result>
+    static int complete(const Completion& completion, void* userData, Result result);
+
+    pp::Var reply(const pp::Var& value);
+    pp::Var replyError(int code, const char* errorName, const char* errorMessage);
+    pp::Var getTermsState(const pp::VarDictionary& request);
 
     // Cleared when destruction begins. Client-library callbacks that still run then, on other
     // threads, see it set or null; both are safe until the proxy has been handed back.

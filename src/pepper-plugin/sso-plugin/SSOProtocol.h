@@ -24,7 +24,17 @@
 #define SSO_KEY_ERROR_NAME "errorName"
 #define SSO_KEY_ERROR_MESSAGE "errorMessage"
 #define SSO_KEY_DATA "data"
+#define SSO_KEY_CLIENT_ID "id"
+#define SSO_KEY_CLIENT_SECRET "secret"
+#define SSO_KEY_TERMS_ID "termsId"
+#define SSO_KEY_CALLER_ID "callerId"
+#define SSO_KEY_APP_ID "appID"
+#define SSO_KEY_PARTNER "cpName"
+#define SSO_KEY_PARTNER_UID "cpUID"
 #define SSO_KEY_STATE "state"
+#define SSO_KEY_TOKEN "token"
+#define SSO_KEY_MAPPING_LIST "PartnerAccountInfo"
+#define SSO_KEY_RESULT "result"
 
 // "status" of asynchronous answers, "code" of blocking replies.
 enum {
@@ -33,6 +43,7 @@ enum {
     SSO_STATUS_NO_PRIVILEGE = 18,
     SSO_CODE_OK = 0,
     SSO_CODE_UNKNOWN_COMMAND = -2,
+    SSO_CODE_PARAM_INVALID = -4,
     SSO_CODE_NO_PRIVILEGE = 18,
     SSO_CODE_INVALID_VALUES = 26,
 };

@@ -1,0 +1,15 @@
+// The end of all outstanding operations.
+
+#include "control.h"
+#include "guarded.h"
+#include "operation_queue.h"
+
+using namespace sso_api;
+
+int sso_give_proxy(void) {
+    return guarded(SSO_OK, []() -> int {
+        observe({"sso_give_proxy", nullptr, 0, {}, nullptr, nullptr});
+        OperationQueue::instance().endAll({SSO_ERROR_CANCELLED, SSO_POPUP_CANCELLED, nullptr});
+        return SSO_OK;
+    });
+}

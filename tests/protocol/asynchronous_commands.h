@@ -1,0 +1,154 @@
+#ifndef PROTOCOL_ASYNCHRONOUS_COMMANDS_H_
+#define PROTOCOL_ASYNCHRONOUS_COMMANDS_H_
+
+#include <string>
+#include <vector>
+
+#include "protocol_test.h"
+
+namespace protocol {
+
+/// A member of a request that is handed to the client library.
+struct Key {
+    const char* name;
+    /// The error message when it is no text; null when it is handed on as an empty one then.
+    const char* refusal;
+};
+
+/// What the client library tells at the end of an operation, and so what the page gets.
+enum class Ending { State, Text, Result };
+
+/// A command that starts an operation of the client library.
+struct AsynchronousCommand {
+    const char* name;
+    int line;                ///< of the log line with its name
+    std::vector<Key> keys;   ///< in the order of the checks and of the library's arguments
+    const char* function;    ///< of the client library
+    const char* notStarted;  ///< the error message when the library does not start it
+    const char* callback;    ///< the function that the library calls at the end
+    int callbackLine;        ///< of the log line with the callback's name; 0 without one
+    int nullLine;            ///< of the log line about null user data
+    Ending ending;
+    const char* valueKey;  ///< of the answer
+};
+
+constexpr const char* kInvalid = "Parameter is invalid";
+
+// One row, one line: the eye compares columns.
+// clang-format off
+inline const std::vector<AsynchronousCommand> kAsynchronousCommands = {
+    {"sso_plugin_show_login_page", 140, {{"data", kInvalid}},
+     "sso_show", "show login failed", "m_ShowSSOLoginCallBack", 0, 414, Ending::State, "state"},
+    {"sso_plugin_createAccount", 161, {},
+     "sso_show", "show login failed", "m_ShowCreateAccountCallBack", 0, 462, Ending::State, "state"},
+    {"sso_plugin_getZEVAccessToken", 176, {{"id", kInvalid}, {"secret", kInvalid}},
+     "sso_request_access_token", "request access token failed", "m_RequestAccessTokenCallBack", 476, 493, Ending::Text, "token"},
+    {"sso_plugin_showTermsPage", 194, {{"termsId", "termsId parameter is invalid"}, {"callerId", "callerId parameter is invalid"}},
+     "sso_show_term_page", "show terms page failed", "m_ShowTermsPageCallBack", 428, 438, Ending::State, "state"},
+    {"sso_plugin_getPartnerAccountMappingList", 222, {{"appID", kInvalid}, {"cpName", nullptr}},
+     "sso_get_cp_account_mapping_list", "get cp account mapping list failed", "m_GetPartnerAccountMappingListCallBack", 507, 524, Ending::Text, "PartnerAccountInfo"},
+    {"sso_plugin_addPartnerAccountMappingInfo", 238, {{"appID", kInvalid}, {"cpName", kInvalid}, {"cpUID", kInvalid}},
+     "sso_add_cp_account_mapping_info", "add cp account mapping info failed", "m_AddPartnerAccountMappingInfoCallBack", 538, 548, Ending::Result, "result"},
+    {"sso_plugin_removePartnerAccountMappingInfo", 256, {{"appID", kInvalid}, {"cpName", kInvalid}, {"cpUID", nullptr}},
+     "sso_remove_cp_account_mapping_info", "remove cp account mapping info failed", "m_RemovePartnerAccountMappingInfoCallBack", 562, 572, Ending::Result, "result"},
+};
+// clang-format on
+
+/// A request with a text of its own under each key.
+inline Value::Dictionary requestFor(const AsynchronousCommand& command) {
+    Value::Dictionary request{{"command", command.name}};
+    for (const Key& key : command.keys) request[key.name] = std::string(key.name) + " text";
+    return request;
+}
+
+/// The texts that the client library gets of requestFor().
+inline std::vector<std::string> textsOf(const AsynchronousCommand& command) {
+    if (command.keys.empty()) return {""};  // the page of the login popup that creates an account
+    std::vector<std::string> texts;
+    for (const Key& key : command.keys) texts.push_back(std::string(key.name) + " text");
+    return texts;
+}
+
+/// The answer to an operation that ended so.
+inline Value endAnswer(const AsynchronousCommand& command, const SsoApiEnd& end) {
+    Value value;
+    switch (command.ending) {
+        case Ending::State:
+            value = end.state;
+            break;
+        case Ending::Text:
+            value = end.text != nullptr ? end.text : "";
+            break;
+        case Ending::Result:
+            value = end.result;
+            break;
+    }
+    return Value::Dictionary{{"command", command.name}, {"status", 0}, {command.valueKey, value}};
+}
+
+/// Calls the callback that `call` registered, as the client library does.
+inline int callBack(const AsynchronousCommand& command, const support::LibraryCall& call,
+                    void* userData, const SsoApiEnd& end) {
+    switch (command.ending) {
+        case Ending::State:
+            return call.popupCallback()(userData, end.result,
+                                        static_cast<sso_popup_state_e>(end.state));
+        case Ending::Text:
+            return call.textCallback()(userData, end.result, const_cast<char*>(end.text));
+        case Ending::Result:
+            return call.resultCallback()(userData, end.result);
+    }
+    return 0;
+}
+
+/// A request up to where its keys are checked.
+inline EventMatchers admitted(const AsynchronousCommand& command) {
+    return {postedStart(), gate(command.name),
+            logged(Kind::Detail, postedPlace(command.line), command.name)};
+}
+
+/// A request that starts an operation.
+inline EventMatchers started(const AsynchronousCommand& command) {
+    return sequence(
+        {admitted(command), {called(Supplier::Library, command.function), postedEnd()}});
+}
+
+/// The line in which a callback says its name, if it does.
+inline EventMatchers callbackLine(const AsynchronousCommand& command) {
+    if (command.callbackLine == 0) return {};
+    return {logged(Kind::Detail, handlerPlace(command.callback, command.callbackLine),
+                   command.callback)};
+}
+
+/// An operation's end whose answer goes out.
+inline EventMatchers answered(const AsynchronousCommand& command) {
+    return sequence({callbackLine(command), response(command.name, 0, "", "")});
+}
+
+/// An operation's end while its instance is being destroyed.
+inline EventMatchers dropped(const AsynchronousCommand& command) {
+    return sequence({callbackLine(command), droppedResponse(command.name, 0)});
+}
+
+class AsynchronousTest : public ProtocolTest {
+  protected:
+    /// Starts an operation and leaves it outstanding.
+    ///
+    /// @return what the client library got.
+    support::LibraryCall start(PP_Instance instance, const AsynchronousCommand& command) {
+        host().post(instance, requestFor(command));
+        EXPECT_TRUE(host().drain(instance));
+        const std::vector<support::LibraryCall> calls = m_recorder.libraryCalls();
+        EXPECT_FALSE(calls.empty());
+        return calls.empty() ? support::LibraryCall() : calls.back();
+    }
+
+    /// Starts one of each kind.
+    void startAll(PP_Instance instance) {
+        for (const AsynchronousCommand& command : kAsynchronousCommands) start(instance, command);
+    }
+};
+
+}  // namespace protocol
+
+#endif

@@ -1,0 +1,83 @@
+#include "free_watch.h"
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define SANITIZED 1
+#endif
+#endif
+
+namespace support {
+namespace {
+
+// No lock and no allocation where nothing is watched: free() is called anywhere.
+struct Watch {
+    std::atomic<const void*> block{nullptr};
+    std::atomic<FreeObserver> observer{nullptr};
+    std::atomic<void*> user{nullptr};
+};
+std::array<Watch, 16> g_watches;
+
+void released(const void* block) {
+    if (block == nullptr) return;
+    for (Watch& watch : g_watches) {
+        const void* expected = block;
+        if (watch.block.load() == block && watch.block.compare_exchange_strong(expected, nullptr)) {
+            watch.observer.load()(block, watch.user.load());
+            return;
+        }
+    }
+}
+
+}  // namespace
+
+void watchFree(const void* block, FreeObserver observer, void* user) {
+    for (Watch& watch : g_watches) {
+        if (watch.block.load() != nullptr) continue;
+        watch.observer = observer;
+        watch.user = user;
+        watch.block = block;
+        return;
+    }
+    std::abort();
+}
+
+std::size_t watchedBlocks() {
+    std::size_t count = 0;
+    for (const Watch& watch : g_watches) count += watch.block.load() != nullptr ? 1 : 0;
+    return count;
+}
+
+void forgetWatchedBlocks() {
+    for (Watch& watch : g_watches) watch.block = nullptr;
+}
+
+}  // namespace support
+
+#if SANITIZED
+
+// A sanitizer has a free() of its own, and tells who asks.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*,
+                                                                          std::size_t),
+                                                         void (*onFree)(const volatile void*));
+namespace {
+const int kInstalled = __sanitizer_install_malloc_and_free_hooks(
+    [](const volatile void*, std::size_t) {},
+    [](const volatile void* block) { support::released(const_cast<const void*>(block)); });
+}
+
+#else
+
+extern "C" void __libc_free(void* block);
+// The program's own definition comes before the C library's, for all modules.
+extern "C" void free(void* block) noexcept {
+    support::released(block);
+    __libc_free(block);
+}
+
+#endif

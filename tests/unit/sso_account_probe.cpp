@@ -1,0 +1,124 @@
+// Uses the client library in a process of its own, step by step as its arguments say, and tells
+// what it sees.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+
+#include "sso_api_control.h"
+
+namespace {
+
+std::mutex g_mutex;
+std::condition_variable g_changed;
+bool g_ended;
+
+void waitForTheEnd() {
+    std::unique_lock lock(g_mutex);
+    g_changed.wait(lock, [] { return g_ended; });
+    g_ended = false;
+}
+
+int end() {
+    const std::lock_guard lock(g_mutex);
+    g_ended = true;
+    g_changed.notify_all();
+    return 0;
+}
+
+int popupEnded(void*, int result, sso_popup_state_e state) {
+    std::printf("popup %d %d\n", result, state);
+    return end();
+}
+
+int textCame(void*, int result, char* text) {
+    std::printf("text %d %s\n", result, text != nullptr ? text : "null");
+    return end();
+}
+
+/// Those of the library, by their name: a sanitizer has some, too.
+int threads() {
+    int count = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string name;
+        std::getline(std::ifstream(task.path() / "comm"), name);
+        count += name == "sso-api" ? 1 : 0;
+    }
+    return count;
+}
+
+/// The calling process waits for the other one and ends like it.
+void goOnInAChild() {
+    std::fflush(stdout);
+    const pid_t child = fork();
+    if (child == 0) {
+        return;
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+}
+
+void take(const std::string& step) {
+    const std::string::size_type equals = step.find('=');
+    const std::string value = equals == std::string::npos ? "" : step.substr(equals + 1);
+    if (step == "guid") {
+        char* guid = nullptr;
+        const int result = sso_get_guid(&guid);
+        std::printf("guid %d %s\n", result, guid != nullptr ? guid : "null");
+        std::free(guid);
+    } else if (step == "state") {
+        int state = 77;
+        const int result = sso_get_login_state(&state);
+        std::printf("state %d %d\n", result, state);
+    } else if (step == "popup") {
+        sso_show(nullptr, 0, "page", popupEnded, nullptr);
+        waitForTheEnd();
+    } else if (step == "token") {
+        sso_request_access_token("client", "secret", textCame, nullptr);
+        waitForTheEnd();
+    } else if (step == "leave") {
+        sso_show(nullptr, 0, "page", popupEnded, nullptr);
+        sso_api_control_set_held(1);
+        sso_show(nullptr, 0, "page", popupEnded, nullptr);
+        std::exit(0);
+    } else if (step == "leave-inside") {
+        const auto leave = [](void*, int, sso_popup_state_e) -> int {
+            std::puts("leaving");
+            std::exit(0);
+        };
+        sso_show(nullptr, 0, "page", leave, nullptr);
+        for (;;) pause();  // a condition variable must not be waited for when the process ends
+    } else if (step == "fork") {
+        goOnInAChild();
+    } else if (step == "give") {
+        sso_give_proxy();
+    } else if (step == "threads") {
+        std::printf("threads %d\n", threads());
+    } else if (step.rfind("variable=", 0) == 0) {
+        setenv("SSO_ACCOUNT_FILE", value.c_str(), 1);
+    } else if (step.rfind("spoil=", 0) == 0) {
+        std::ofstream(value) << "spoilt";
+    } else if (step.rfind("account=", 0) == 0) {
+        std::printf("account %d\n", sso_api_control_set_account(value.c_str()));
+    } else {
+        std::fprintf(stderr, "unknown step %s\n", step.c_str());
+        std::exit(2);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        take(argv[i]);
+    }
+    return 0;
+}

@@ -1,0 +1,123 @@
+// The library in processes of their own: SSO_ACCOUNT_FILE, and what a start costs.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "module_path.h"
+#include "process.h"
+#include "temporary_folder.h"
+
+namespace {
+
+constexpr const char* kAccount = R"({
+    "account": {"loginId": "login-1", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1"},
+    "popups": {"login": {"state": "closed", "delayMs": 0}},
+    "clients": [{"id": "client", "secret": "secret", "token": "token-1"}]})";
+
+class AProcess : public ::testing::Test {
+  protected:
+    /// What the probe tells of its steps, after which it must have left well.
+    ///
+    /// @param variable  of the environment, "NAME=value"; "" for none.
+    std::string outputOf(const std::string& variable, const std::vector<std::string>& steps) {
+        std::vector<std::string> command = {support::builtPath("bin/sso-account-probe")};
+        command.insert(command.end(), steps.begin(), steps.end());
+        support::ProcessOptions options;
+        if (!variable.empty()) options.environment = {variable};
+        const support::ProcessResult result = support::runProcess(command, options);
+        EXPECT_EQ(result.exitCode, 0);
+        m_errors = result.errors;
+        return result.output;
+    }
+
+    std::string account(const std::string& content = kAccount) {
+        return m_folder.write("account.json", content);
+    }
+
+    const support::TemporaryFolder m_folder;
+    std::string m_errors;
+};
+
+TEST_F(AProcess, WithoutAnAccountFileHasNobodySignedIn) {
+    for (const char* variable : {"", "SSO_ACCOUNT_FILE="}) {
+        SCOPED_TRACE(variable);
+        EXPECT_EQ(outputOf(variable, {"state", "guid", "token", "popup", "state"}),
+                  "state 0 0\nguid -2 null\ntext -2 null\npopup 0 0\nstate 0 0\n");
+        EXPECT_EQ(m_errors, "");
+    }
+}
+
+TEST_F(AProcess, HasTheAccountOfItsFile) {
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(), {"state", "guid", "token", "popup"}),
+              "state 0 1\nguid 0 guid-1\ntext 0 token-1\npopup 0 1\n");
+    EXPECT_EQ(m_errors, "");
+}
+
+TEST_F(AProcess, ReadsItsFileAtTheFirstUseWhateverThatIs) {
+    for (const char* first : {"state", "guid", "token", "popup"}) {
+        SCOPED_TRACE(first);
+        const std::string path = account();
+        const std::string output =
+            outputOf("", {"variable=" + path, first, "spoil=" + path, "guid"});
+        EXPECT_EQ(output.substr(output.find('\n') + 1), "guid 0 guid-1\n");
+        EXPECT_EQ(m_errors, "");
+    }
+}
+
+TEST_F(AProcess, ReadsItsFileNotBefore) {
+    const std::string path = account();
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + path, {"give", "spoil=" + path, "guid"}),
+              "guid -2 null\n");
+    EXPECT_EQ(m_errors, "sso_api: " + path + ":1: is not JSON in UTF-8\n");
+}
+
+TEST_F(AProcess, ReadsItsFileOnce) {
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + m_folder.path("none"),
+                       {"guid", "variable=" + account(), "state", "token", "popup"}),
+              "guid -2 null\nstate 0 0\ntext -2 null\npopup 0 0\n");
+    EXPECT_EQ(m_errors, "sso_api: " + m_folder.path("none") + ": no such file\n");
+}
+
+TEST_F(AProcess, WithABadFileSaysSoOnceAndHasNobodySignedIn) {
+    const std::string path = account(R"({
+    "account": {"loginId": "login-1", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1"},
+    "popups": {"login": {"state": "closed", "delayMs": 0}},
+    "terms": {"terms-1": "maybe"}})");
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + path, {"state", "guid", "token", "popup"}),
+              "state 0 0\nguid -2 null\ntext -2 null\npopup 0 0\n");
+    EXPECT_EQ(m_errors,
+              "sso_api: " + path + ":4: terms.terms-1: must be \"agreed\" or \"notAgreed\"\n");
+}
+
+TEST_F(AProcess, ThatIsGivenAnAccountNeedsNoFile) {
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + m_folder.path("none"),
+                       {std::string("account=") + kAccount, "guid"}),
+              "account 0\nguid 0 guid-1\n");
+    EXPECT_EQ(m_errors, "");
+}
+
+TEST_F(AProcess, GetsAThreadWithItsFirstOperation) {
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(),
+                       {"guid", "give", "threads", "token", "threads", "popup", "threads"}),
+              "guid 0 guid-1\nthreads 0\ntext 0 token-1\nthreads 1\npopup 0 1\nthreads 1\n");
+}
+
+TEST_F(AProcess, MayForkBeforeItsFirstOperation) {
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(), {"guid", "give", "fork", "token", "popup"}),
+              "guid 0 guid-1\ntext 0 token-1\npopup 0 1\n");
+}
+
+TEST_F(AProcess, MayEndWhileOperationsAreOutstanding) {
+    const std::string never = R"({"popups": {"login": {"delayMs": 600000}}})";
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(never), {"leave"}), "");
+    EXPECT_EQ(m_errors, "");
+}
+
+TEST_F(AProcess, MayEndInsideACallback) {
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(), {"leave-inside"}), "leaving\n");
+    EXPECT_EQ(m_errors, "");
+}
+
+}  // namespace
