@@ -1,4 +1,4 @@
-// A walk through the demo page: one request of each kind and what comes back. Runs in the page, and
+// A walk through the demo page: a few mistakes, all commands, and what comes back. Runs in the page, and
 // writes the transcript to the console, one line per entry.
 
 const kLongestWait = 10000;  // milliseconds; a login page may take its time
@@ -15,9 +15,6 @@ async function ask(message) {
   }
 }
 
-demo.sendAndWait({ command: "sso_plugin_getVersion" });
-await ask({ command: "sso_plugin_show_login_page", data: "login" });
-
 // Refused: no privilege covers a command that does not exist, on neither path.
 await ask({ command: "sso_plugin_noSuchCommand" });
 demo.sendAndWait({ command: "sso_plugin_noSuchCommand" });
@@ -28,5 +25,18 @@ await ask({ command: "sso_plugin_getVersion" });
 // Malformed: a required key that is missing, and a message that is no dictionary.
 await ask({ command: "sso_plugin_show_login_page" });
 await ask("not a dictionary");
+
+const app = { appID: "demo-app", cpName: "demo-partner" };
+
+// Each command once, as the list offers it.
+for (const { name, path, keys } of commands) {
+  const message = { command: name, ...keys };
+  if (path === "blocking") demo.sendAndWait(message);
+  else await ask(message);
+}
+
+// A change shows in the list.
+await ask({ command: "sso_plugin_addPartnerAccountMappingInfo", ...app, cpUID: "user-2" });
+await ask({ command: "sso_plugin_getPartnerAccountMappingList", ...app });
 
 for (const entry of demo.transcript()) console.log(entry.text);

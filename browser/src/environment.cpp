@@ -63,6 +63,9 @@ void prepareEnvironment(const Options& options, const Application& application,
                                       {"grants", application.privileges}};
     using Json = nlohmann::json;
     set(kExtensionVariable, extension.dump(-1, ' ', false, Json::error_handler_t::replace));
+    if (!options.account.empty()) {
+        set("SSO_ACCOUNT_FILE", fs::absolute(options.account).string());
+    }
     if (options.log) {
         set("DLOG_LEVEL", "detail");
     } else {

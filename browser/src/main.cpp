@@ -22,6 +22,7 @@
 #include "src/signal_pipe.h"
 #include "src/start_error.h"
 #include "src/xvfb.h"
+#include "sso_account_file.h"
 
 namespace {
 
@@ -34,6 +35,15 @@ std::optional<QString> readScript(const std::filesystem::path& path) {
         throw StartError(browser::kExitBadInput, "the script " + path.string() + " cannot be read");
     }
     return QString::fromUtf8(file.readAll());
+}
+
+void checkAccount(const std::filesystem::path& path) {
+    if (path.empty()) return;
+    try {
+        sso_api::readAccountFile(path.string());
+    } catch (const sso_api::AccountFileError& error) {
+        throw StartError(browser::kExitBadInput, error.what());
+    }
 }
 
 /// Before the page is loaded, as a mistake in a path should not cost a whole run.
@@ -60,6 +70,7 @@ bool hasDisplay() {
 
 int run(const browser::Options& options) {
     const browser::Application application = browser::findApplication(options);
+    checkAccount(options.account);
     std::optional<QString> script = readScript(options.script);
     requireWritable(options.screenshot);
     browser::checkModule(options.module);

@@ -25,7 +25,7 @@ Exit codes: 0 done; 1 the page, its script or the display failed; 2 wrong comman
 
 Examples:
   sso-browser web/demo
-  sso-browser web/demo --log
+  sso-browser web/demo --account web/accounts/signed-in.json --log
   sso-browser http://localhost:8000/ --grant partner --grant platform
   sso-browser web/demo --run-script steps.js --screenshot end.png --quit-after 0.5
 )";
@@ -81,6 +81,8 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
         ->allow_extra_args(false);
     app.add_option("--manifest", options.manifest,
                    "Read this manifest; default: manifest.json in FOLDER, none for a URL")
+        ->type_name("FILE");
+    app.add_option("--account", options.account, "Let this account be on the device; default: none")
         ->type_name("FILE");
     app.add_flag("--log", options.log, "Show the plug-in's log on stderr");
     app.add_option("--screenshot", options.screenshot,

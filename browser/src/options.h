@@ -15,6 +15,7 @@ struct Options {
     std::filesystem::path module;
     std::vector<std::string> grants;
     std::filesystem::path manifest;
+    std::filesystem::path account;
     bool log = false;
     std::filesystem::path screenshot;
     std::optional<double> quitAfter;  ///< seconds

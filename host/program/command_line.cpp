@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "runtime/application_manifest.h"
+#include "sso_account_file.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ started; 3 the module broke the rules for references, told on standard error.
 Examples:
   echo '{"call":{"command":"sso_plugin_getVersion"}}' | sso-host --grant partner
   sso-host --manifest web/demo/manifest.json --log < requests.jsonl
+  sso-host --grant partner --account web/accounts/signed-in.json < requests.jsonl
   printf '%s\n' '{"post":{"command":"sso_plugin_getVersion"}}' '{"wait":1}' | sso-host)";
 
 std::string defaultModule() {
@@ -46,6 +48,7 @@ CommandLine readCommandLine(int argc, char** argv) {
     CommandLine commandLine;
     std::vector<std::string> grants;
     std::string manifest;
+    std::string account;
     bool noExtension = false;
     double linger = 5;
 
@@ -61,6 +64,7 @@ CommandLine readCommandLine(int argc, char** argv) {
         ->allow_extra_args(false);
     app.add_option("--manifest", manifest, "Take name and privileges of this application")
         ->type_name("FILE");
+    app.add_option("--account", account, "Let this account be on the device")->type_name("FILE");
     app.add_flag("--no-extension", noExtension, "Do not offer the vendor interface");
     app.add_flag("--log", commandLine.log, "Show the module's log lines on standard error");
     app.add_option("--linger", linger, "Longest wait for answers at the end of the input")
@@ -85,6 +89,10 @@ CommandLine readCommandLine(int argc, char** argv) {
         const runtime::ApplicationManifest application = runtime::readManifest(manifest);
         commandLine.applicationName = application.name;
         commandLine.grants = application.privileges;
+    }
+    if (!account.empty()) {
+        sso_api::readAccountFile(account);
+        commandLine.accountFile = std::filesystem::absolute(account).string();
     }
     for (const std::string& grant : grants) {
         commandLine.grants.insert(runtime::privilegeIdentifier(grant));

@@ -16,6 +16,7 @@ struct CommandLine {
     std::string modulePath;
     std::string applicationName = "sso-host";
     std::set<std::string> grants;  ///< full identifiers
+    std::string accountFile;       ///< absolute, checked; empty for none
     bool extension = true;         ///< offer the vendor interface
     bool log = false;
     std::chrono::milliseconds linger{5000};
@@ -26,8 +27,9 @@ struct CommandLineEnd {
     int exitCode;
 };
 
-/// @throws CommandLineEnd          see there.
+/// @throws CommandLineEnd  see there.
 /// @throws runtime::ManifestError  for a manifest or privilege that cannot be used.
+/// @throws sso_api::AccountFileError  for an account file that cannot be used.
 CommandLine readCommandLine(int argc, char** argv);
 
 #endif

@@ -12,6 +12,10 @@ int runProgram(int argc, char** argv) {
     const CommandLine commandLine = readCommandLine(argc, argv);
     // The development log service reads it once, when the module's first line is written.
     setenv("DLOG_LEVEL", commandLine.log ? "detail" : "silent", commandLine.log ? 1 : 0);
+    // The development client library reads it with the first question about the account.
+    if (!commandLine.accountFile.empty()) {
+        setenv("SSO_ACCOUNT_FILE", commandLine.accountFile.c_str(), 1);
+    }
     Session session(commandLine);
     return session.run(std::cin);
 }

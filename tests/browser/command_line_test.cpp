@@ -1,5 +1,6 @@
 // The browser's command line: what it refuses, and how it says so.
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -30,8 +31,8 @@ class TheBrowsersCommandLine : public browser::BrowserTest {
 TEST_F(TheBrowsersCommandLine, ExplainsItself) {
     const auto result = runBrowser({"--help"});
     EXPECT_EQ(result.exitCode, 0);
-    for (const char* option : {"--module", "--grant", "--manifest", "--log", "--screenshot",
-                               "--quit-after", "--run-script", "--size"}) {
+    for (const char* option : {"--module", "--grant", "--manifest", "--account", "--log",
+                               "--screenshot", "--quit-after", "--run-script", "--size"}) {
         EXPECT_THAT(result.output, HasSubstr(option));
     }
 }
@@ -82,6 +83,23 @@ TEST_F(TheBrowsersCommandLine, RefusesABadManifest) {
     m_folder.write("manifest.json",
                    R"({"name": "x", "start": "index.html", "privileges": ["nonsense"]})");
     expectRefusal({m_folder.path("")}, "nonsense");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAnAccountThatIsNone) {
+    expectRefusal({SSO_TEST_PAGE, "--account", "/nowhere/account.json"}, "/nowhere/account.json");
+    const std::string account = m_folder.write("account.json", "{\n\"signedIn\": 1}");
+    expectRefusal({SSO_TEST_PAGE, "--account", account}, "account.json:2: signedIn: ");
+}
+
+TEST_F(TheBrowsersCommandLine, FindsAnAccountFromAnyFolder) {
+    support::ProcessOptions options;
+    options.environment = {"SSO_ACCOUNT_FILE=/nowhere/else.json"};  // the option comes before it
+    const std::string account =
+        std::filesystem::relative(SSO_SOURCE_DIR "/web/accounts/signed-in.json");
+    const Json reply =
+        runScript("return new Embedding().call({ command: 'sso_plugin_getLoginUid' }).value;",
+                  {"--grant", "partner", "--account", account}, options);
+    EXPECT_EQ(reply, "uid-robin");
 }
 
 TEST_F(TheBrowsersCommandLine, RefusesAPrivilegeThatNobodyKnows) {

@@ -11,6 +11,7 @@
 
 #include "browser_test.h"
 #include "rows.h"
+#include "visits.h"
 
 namespace {
 
@@ -47,6 +48,25 @@ class TheContractInTheBrowser : public browser::BrowserTest {
         EXPECT_EQ(result["left"], Json::array()) << "every request has one answer";
         EXPECT_EQ(result["answers"].size(), count);
         return result["answers"];
+    }
+
+    template <std::size_t count>
+    void expectVisit(const char* account, const contract::Exchange (&visit)[count]) {
+        Json requests = Json::array();
+        for (const contract::Exchange& exchange : visit) {
+            requests.push_back({pathName(exchange.path), Json::parse(exchange.request)});
+        }
+        Arguments arguments = grantsOf(contract::kAllPrivileges);
+        arguments.insert(arguments.end(),
+                         {"--account", std::string(SSO_SOURCE_DIR "/web/accounts/") + account});
+        const Json result =
+            runScript("const rows = " + requests.dump() + ";" + kSendRows, arguments);
+        EXPECT_EQ(result["left"], Json::array()) << "every request has one answer";
+        const Json answers = result["answers"];
+        ASSERT_EQ(answers.size(), count);
+        for (size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(answers[i], Json::parse(visit[i].answer)) << visit[i].request;
+        }
     }
 
     void expectRows(const std::vector<contract::Row>& rows) {
@@ -97,6 +117,18 @@ TEST_F(TheContractInTheBrowser, AnswersALoginPageThatEndsByItself) {
     EXPECT_EQ(answersTo(rows, "sso.partner", 1).at(0), Json::parse(contract::kLoginAnswer));
 }
 
+TEST_F(TheContractInTheBrowser, ServesAPageOnADeviceThatIsSignedIn) {
+    expectVisit(contract::kSignedInAccount, contract::kSignedInVisit);
+}
+
+TEST_F(TheContractInTheBrowser, ServesAPageOnADeviceThatIsSignedOut) {
+    expectVisit(contract::kSignedOutAccount, contract::kSignedOutVisit);
+}
+
+TEST_F(TheContractInTheBrowser, ServesAPageWhenEverythingFails) {
+    expectVisit(contract::kFailingAccount, contract::kFailingVisit);
+}
+
 /// One of the eight sets of privileges, by bits: partner, platform, public.
 class ASetOfPrivilegesInTheBrowser : public TheContractInTheBrowser,
                                      public ::testing::WithParamInterface<unsigned> {
@@ -130,13 +162,32 @@ class ASetOfPrivilegesInTheBrowser : public TheContractInTheBrowser,
             }
             return refused;
         }
-        if (async && name == "sso_plugin_show_login_page") {
-            return Json::parse(contract::kLoginData);
+        if (path != command->path) {
+            return Json::parse(async ? contract::kUnknownPosted : contract::kUnknownAsked);
         }
-        if (!async && name == "sso_plugin_getVersion") {
-            return {{"code", 0}, {"errorName", ""}, {"errorMessage", ""}, {"value", "1.1"}};
+        return bareAnswer(name);
+    }
+
+    /// The whole answer to a command without its keys, where nobody is signed in.
+    static Json bareAnswer(const std::string& name) {
+        const auto reply = [](const Json& value) -> Json {
+            return {{"code", 0}, {"errorName", ""}, {"errorMessage", ""}, {"value", value}};
+        };
+        if (name == "sso_plugin_getVersion") return reply("1.1");
+        if (name == "sso_plugin_getLoginStatus") return reply(0);
+        if (name == "sso_plugin_getTermsAgreementState") return Json::parse(contract::kTermsId);
+        if (name == "sso_plugin_getSSOState" || name == "sso_plugin_getGuid" ||
+            name == "sso_plugin_getLoginUid") {
+            return reply("");
         }
-        return Json::parse(async ? contract::kUnknownPosted : contract::kUnknownAsked);
+        if (name == "sso_plugin_createAccount") {
+            return {{"command", name}, {"status", 0}, {"state", 0}};
+        }
+        const bool terms = name == "sso_plugin_showTermsPage";
+        return {{"command", name},
+                {"status", -1},
+                {"errorName", "paramInvaild"},
+                {"errorMessage", terms ? "termsId parameter is invalid" : "Parameter is invalid"}};
     }
 
     static std::vector<std::string> names() {

@@ -2,16 +2,76 @@
 
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "browser_test.h"
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
+using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
+
+// clang-format off
+const std::vector<std::string> kTour = {
+    // Mistakes.
+    R"(-> async    { "command": "sso_plugin_noSuchCommand" })",
+    R"(<- async    { "command": "sso_plugin_noSuchCommand", "errorMessage": "You do not have the privilege", "errorName": "PrivilegeInvalid", "status": 18 })",
+    R"(-> blocking { "command": "sso_plugin_noSuchCommand" })",
+    R"(<- blocking { "code": 18, "errorMessage": "You do not have the privilege", "errorName": "SecurityError" })",
+    R"(-> async    { "command": "sso_plugin_getVersion" })",
+    R"(<- async    { "errorMessage": "Command no recognized", "errorName": "commandInvaild", "status": -1 })",
+    R"(-> async    { "command": "sso_plugin_show_login_page" })",
+    R"(<- async    { "command": "sso_plugin_show_login_page", "errorMessage": "Parameter is invalid", "errorName": "paramInvaild", "status": -1 })",
+    R"(-> async    "not a dictionary")",
+    R"(<- async    { "errorMessage": "Incoming message is invalid", "errorName": "paramInvaild", "status": -1 })",
+    // Each command.
+    R"(-> async    { "command": "sso_plugin_show_login_page", "data": "login" })",
+    R"(<- async    { "command": "sso_plugin_show_login_page", "state": 0, "status": 0 })",
+    R"(-> async    { "command": "sso_plugin_createAccount" })",
+    R"(<- async    { "command": "sso_plugin_createAccount", "state": 0, "status": 0 })",
+    R"(-> async    { "command": "sso_plugin_getZEVAccessToken", "id": "demo-client", "secret": "demo-secret" })",
+    R"(<- async    { "command": "sso_plugin_getZEVAccessToken", "status": 0, "token": "access-token-of-demo-client" })",
+    R"(-> async    { "command": "sso_plugin_showTermsPage", "termsId": "terms-1", "callerId": "demo" })",
+    R"(<- async    { "command": "sso_plugin_showTermsPage", "state": 0, "status": 0 })",
+    R"(-> async    { "command": "sso_plugin_getPartnerAccountMappingList", "appID": "demo-app", "cpName": "demo-partner" })",
+    R"(<- async    { "PartnerAccountInfo": "[{\"appID\":\"demo-app\",\"cpName\":\"demo-partner\",\"cpUID\":\"user-0\"}]", "command": "sso_plugin_getPartnerAccountMappingList", "status": 0 })",
+    R"(-> async    { "command": "sso_plugin_addPartnerAccountMappingInfo", "appID": "demo-app", "cpName": "demo-partner", "cpUID": "user-1" })",
+    R"(<- async    { "command": "sso_plugin_addPartnerAccountMappingInfo", "result": 0, "status": 0 })",
+    R"(-> async    { "command": "sso_plugin_removePartnerAccountMappingInfo", "appID": "demo-app", "cpName": "demo-partner", "cpUID": "user-1" })",
+    R"(<- async    { "command": "sso_plugin_removePartnerAccountMappingInfo", "result": 0, "status": 0 })",
+    R"(-> blocking { "command": "sso_plugin_getVersion" })",
+    R"(<- blocking { "code": 0, "errorMessage": "", "errorName": "", "value": "1.1" })",
+    R"(-> blocking { "command": "sso_plugin_getSSOState" })",
+    R"(<- blocking { "code": 0, "errorMessage": "", "errorName": "", "value": "robin@user.example?auth-token-of-robin?uid-robin?guid-robin" })",
+    R"(-> blocking { "command": "sso_plugin_getGuid" })",
+    R"(<- blocking { "code": 0, "errorMessage": "", "errorName": "", "value": "guid-robin" })",
+    R"(-> blocking { "command": "sso_plugin_getLoginStatus" })",
+    R"(<- blocking { "code": 0, "errorMessage": "", "errorName": "", "value": 1 })",
+    R"(-> blocking { "command": "sso_plugin_getLoginUid" })",
+    R"(<- blocking { "code": 0, "errorMessage": "", "errorName": "", "value": "uid-robin" })",
+    R"(-> blocking { "command": "sso_plugin_getTermsAgreementState", "termsId": "terms-1" })",
+    R"(<- blocking { "code": 0, "errorMessage": "", "errorName": "", "value": 1 })",
+    R"(-> async    { "command": "sso_plugin_addPartnerAccountMappingInfo", "appID": "demo-app", "cpName": "demo-partner", "cpUID": "user-2" })",
+    R"(<- async    { "command": "sso_plugin_addPartnerAccountMappingInfo", "result": 0, "status": 0 })",
+    R"(-> async    { "command": "sso_plugin_getPartnerAccountMappingList", "appID": "demo-app", "cpName": "demo-partner" })",
+    R"(<- async    { "PartnerAccountInfo": "[{\"appID\":\"demo-app\",\"cpName\":\"demo-partner\",\"cpUID\":\"user-0\"},{\"appID\":\"demo-app\",\"cpName\":\"demo-partner\",\"cpUID\":\"user-2\"}]", "command": "sso_plugin_getPartnerAccountMappingList", "status": 0 })",
+    "result: null",
+};
+// clang-format on
+
+/// Lines of the transcript on the console, without the time of day and the time that it took.
+std::vector<std::string> withoutTimes(const std::vector<std::string>& lines) {
+    static const std::regex entry(R"(console\.log: \d\d:\d\d:\d\d\.\d{3} (.*?)( \(\d+\.\d ms\))?)");
+    std::vector<std::string> found;
+    for (const std::string& line : lines) {
+        std::smatch match;
+        found.push_back(std::regex_match(line, match, entry) ? match[1] : line);
+    }
+    return found;
+}
 
 class TheDemo : public browser::BrowserTest {
   protected:
@@ -39,32 +99,13 @@ class TheDemo : public browser::BrowserTest {
 
 TEST_F(TheDemo, TakesItsTour) {
     const std::string picture = m_folder.path("demo.png");
-    const auto result = runBrowser({SSO_SOURCE_DIR "/web/demo", "--run-script",
+    const auto result = runBrowser({SSO_SOURCE_DIR "/web/demo", "--account",
+                                    SSO_SOURCE_DIR "/web/accounts/signed-in.json", "--run-script",
                                     SSO_SOURCE_DIR "/scripts/demo-tour.js", "--screenshot", picture,
                                     "--quit-after", "0.5"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errorLines(), IsEmpty());
-    // Without the times.
-    EXPECT_THAT(
-        result.outputLines(),
-        ElementsAre(
-            HasSubstr(R"(-> blocking { "command": "sso_plugin_getVersion" })"),
-            HasSubstr(
-                R"(<- blocking { "code": 0, "errorMessage": "", "errorName": "", "value": "1.1" } ()"),
-            HasSubstr(
-                R"(-> async    { "command": "sso_plugin_show_login_page", "data": "login" })"),
-            HasSubstr(
-                R"(<- async    { "command": "sso_plugin_show_login_page", "state": 0, "status": 0 } ()"),
-            HasSubstr(R"(-> async    { "command": "sso_plugin_noSuchCommand" })"),
-            HasSubstr(R"("errorName": "PrivilegeInvalid", "status": 18 } ()"),
-            HasSubstr(R"(-> blocking { "command": "sso_plugin_noSuchCommand" })"),
-            HasSubstr(R"(<- blocking { "code": 18, )"),
-            HasSubstr(R"(-> async    { "command": "sso_plugin_getVersion" })"),
-            HasSubstr(R"("errorMessage": "Command no recognized", )"),
-            HasSubstr(R"(-> async    { "command": "sso_plugin_show_login_page" })"),
-            HasSubstr(R"("errorName": "paramInvaild", "status": -1 } ()"),
-            HasSubstr(R"(-> async    "not a dictionary")"),
-            HasSubstr(R"("errorMessage": "Incoming message is invalid", )"), "result: null"));
+    EXPECT_THAT(withoutTimes(result.outputLines()), ElementsAreArray(kTour));
 
     std::ifstream file(picture, std::ios::binary);
     const std::string png{std::istreambuf_iterator<char>(file), {}};

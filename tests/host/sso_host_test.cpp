@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <regex>
 #include <string>
 #include <vector>
@@ -80,9 +81,10 @@ TEST(TheHelp, TellsOptionsInputAndExitCodes) {
     const ProcessResult result = run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
-    for (const char* word : {"--module", "--grant", "--manifest", "--no-extension", "--log",
-                             "--linger", "\"post\"", "\"call\"", "\"embed\"", "\"destroy\"",
-                             "\"unregister\"", "\"wait\"", "Exit code", "Examples"}) {
+    for (const char* word :
+         {"--module", "--grant", "--manifest", "--account", "--no-extension", "--log", "--linger",
+          "\"post\"", "\"call\"", "\"embed\"", "\"destroy\"", "\"unregister\"", "\"wait\"",
+          "Exit code", "Examples"}) {
         EXPECT_THAT(result.output, HasSubstr(word));
     }
 }
@@ -97,6 +99,31 @@ TEST(ACommandLine, WithAMistakeStartsNothing) {
         EXPECT_EQ(result.exitCode, 2);
         EXPECT_THAT(result.output, IsEmpty());
         EXPECT_THAT(result.errors, Not(IsEmpty()));
+    }
+}
+
+TEST(AnAccount, IsOnTheDevice) {
+    const support::TemporaryFolder folder;
+    const std::string account = folder.write("account.json", R"({
+        "account": {"loginId": "a@b.example", "uid": "uid-1", "guid": "guid-1", "authToken": "t-1"}
+    })");
+    const ProcessResult result =
+        runLines({"--grant", "partner", "--account", std::filesystem::relative(account)},
+                 {R"({"call": {"command": "sso_plugin_getLoginUid"}})"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_THAT(eventsOf(result), ElementsAre(reply(1, host::parseJson(R"({
+        "code": 0, "errorName": "", "errorMessage": "", "value": "uid-1"})"))));
+}
+
+TEST(AnAccount, ThatIsNoneStartsNothing) {
+    const support::TemporaryFolder folder;
+    const std::string account = folder.write("account.json", "{\n  \"account\": 7\n}");
+    for (const std::string& path : {account, std::string("/no/such/account.json")}) {
+        SCOPED_TRACE(path);
+        const ProcessResult result = run({"--account", path}, "{\"call\":1}\n");
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.output, IsEmpty());
+        EXPECT_THAT(result.errorLines(), ElementsAre(StartsWith("sso-host: " + path + ":")));
     }
 }
 

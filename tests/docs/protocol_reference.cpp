@@ -1,0 +1,126 @@
+#include "protocol_reference.h"
+
+#include <cctype>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+#include "host/value_json.h"
+
+namespace docs {
+namespace {
+
+/// The address that a heading gets from the usual viewers.
+std::string anchorOf(const std::string& heading) {
+    std::string anchor;
+    for (const char c : heading) {
+        const auto code = static_cast<unsigned char>(c);
+        if (std::isalnum(code) != 0 || c == '_' || c == '-') {
+            anchor += static_cast<char>(std::tolower(code));
+        } else if (c == ' ') {
+            anchor += '-';
+        }
+    }
+    return anchor;
+}
+
+class Reader {
+  public:
+    explicit Reader(std::istream& stream) : m_stream(stream) {}
+
+    ProtocolReference read() {
+        while (next()) {
+            static const std::regex heading("#+ (.*)");
+            std::smatch match;
+            if (std::regex_match(m_line, match, heading)) {
+                m_reference.anchors.push_back(anchorOf(match[1]));
+            } else if (m_line.rfind("```json", 0) == 0) {
+                readExample();
+            } else if (m_line.rfind("```", 0) == 0) {
+                readBlock();  // of another language
+            } else {
+                readText();
+            }
+        }
+        return std::move(m_reference);
+    }
+
+  private:
+    bool next() {
+        ++m_number;
+        return static_cast<bool>(std::getline(m_stream, m_line));
+    }
+
+    [[noreturn]] void fail(const std::string& what) const {
+        throw std::runtime_error("line " + std::to_string(m_number) + ": " + what);
+    }
+
+    /// The lines up to the end of the block that has begun.
+    std::string readBlock() {
+        std::string text;
+        while (next()) {
+            if (m_line == "```") return text;
+            text += m_line + '\n';
+        }
+        fail("the block has no end");
+    }
+
+    void readExample() {
+        Example example;
+        example.line = m_number;
+        std::istringstream words(m_line);
+        std::string fence;
+        std::string kind;
+        std::string path;
+        words >> fence >> kind >> path;
+        if (kind != "request" || (path != "async" && path != "blocking")) {
+            fail("not a request: " + m_line);
+        }
+        example.path = path == "async" ? contract::Path::Async : contract::Path::Blocking;
+        for (std::string word; words >> word;) {
+            if (word.rfind("account=", 0) == 0) {
+                example.account = word.substr(8);
+            } else if (word.rfind("privileges=", 0) == 0) {
+                example.privileges = word.substr(11);
+            } else {
+                fail("what is \"" + word + "\"?");
+            }
+        }
+        example.request = host::parseJson(readBlock());
+        const char* const answer =
+            example.path == contract::Path::Async ? "```json answer" : "```json reply";
+        if (!next() || m_line != answer) fail(std::string("expected ") + answer);
+        example.answer = host::parseJson(readBlock());
+        m_reference.examples.push_back(std::move(example));
+    }
+
+    void readText() {
+        static const std::regex link(R"(\]\(#([^)]*)\))");
+        for (std::sregex_iterator match(m_line.begin(), m_line.end(), link), end; match != end;
+             ++match) {
+            m_reference.links.push_back((*match)[1]);
+        }
+        static const std::regex row(
+            R"(\| \[`(sso_plugin_\w+)`\]\(#\w+\) \| (\w+) \| `([a-z.]+)` \|.*)");
+        std::smatch match;
+        if (std::regex_match(m_line, match, row)) {
+            m_reference.commands.push_back({match[1], match[2], match[3]});
+        }
+    }
+
+    std::istream& m_stream;
+    std::string m_line;
+    int m_number = 0;
+    ProtocolReference m_reference;
+};
+
+}  // namespace
+
+ProtocolReference readProtocolReference(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) throw std::runtime_error(path + " cannot be read");
+    return Reader(file).read();
+}
+
+}  // namespace docs
