@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <memory>
 
 #include "PluginLog.h"
 #include "sso_api.h"
@@ -18,18 +19,26 @@ static_assert(sizeof(sso_login_info) == 1408 && offsetof(sso_login_info, login_i
                   offsetof(sso_login_info, uid) == 256,
               "the client library fills a record of this layout");
 
-/// A text that the client library hands over. It may do so even when it reports a failure.
-struct OwnedText {
-    OwnedText() = default;
-    OwnedText(const OwnedText&) = delete;
-    OwnedText& operator=(const OwnedText&) = delete;
-    ~OwnedText() {
-        if (text != nullptr) {
-            free(text);
-        }
+struct Free {
+    void operator()(char* text) const { free(text); }
+};
+
+/// A text that the client library hands over.
+class OwnedText {
+  public:
+    /// @param query  asked at once. It may hand over a text even when it reports a failure.
+    explicit OwnedText(int (*query)(char**)) {
+        char* text = nullptr;
+        m_isValid = query(&text) == kSuccess;
+        m_text.reset(text);
     }
 
-    char* text = nullptr;
+    bool isValid() const { return m_isValid; }
+    const char* get() const { return m_text.get(); }
+
+  private:
+    std::unique_ptr<char, Free> m_text;
+    bool m_isValid = false;
 };
 
 std::string readState() {
@@ -38,34 +47,26 @@ std::string readState() {
     if (sso_get_login_info(&info) != kSuccess) {
         return state;
     }
-    OwnedText guid;
-    if (sso_get_guid(&guid.text) != kSuccess) {
+    const OwnedText guid(sso_get_guid);
+    if (!guid.isValid()) {
         return state;
     }
-    OwnedText token;  // goes before the GUID
-    if (sso_get_auth_token(&token.text) == kSuccess) {
-        state.append(info.login_id).append("?").append(token.text);
-        state.append("?").append(info.uid).append("?").append(guid.text);
+    const OwnedText token(sso_get_auth_token);  // goes before the GUID
+    if (token.isValid()) {
+        state.append(info.login_id).append("?").append(token.get());
+        state.append("?").append(info.uid).append("?").append(guid.get());
     }
     return state;
 }
 
 std::string readGuid() {
-    std::string guid;
-    OwnedText text;
-    if (sso_get_guid(&text.text) == kSuccess) {
-        guid = text.text;
-    }
-    return guid;
+    const OwnedText guid(sso_get_guid);
+    return guid.isValid() ? guid.get() : "";
 }
 
 std::string readUid() {
-    std::string uid;
     sso_login_info info{};
-    if (sso_get_login_info(&info) == kSuccess) {
-        uid = info.uid;
-    }
-    return uid;
+    return sso_get_login_info(&info) == kSuccess ? info.uid : "";
 }
 
 }  // namespace
