@@ -211,6 +211,9 @@ TEST_F(TwoInstances, WorkAtOnceAndShareNothing) {
     ASSERT_EQ(setAnswer("sso_get_login_info", {0, nullptr, &info, nullptr}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_guid", {0, nullptr, nullptr, "guid"}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_auth_token", {0, nullptr, nullptr, "token"}), SSO_OK);
+    const int state = 5;
+    ASSERT_EQ(setAnswer("sso_get_login_state", {0, &state, nullptr, nullptr}), SSO_OK);
+    ASSERT_EQ(setAnswer("sso_get_term_state", {0, &state, nullptr, nullptr}), SSO_OK);
     const PP_Instance instances[] = {embedWith(support::kAll), embed()};
     std::map<void*, std::string> texts;  // by the user data of the instance that sends them
     for (const PP_Instance instance : instances) {
@@ -233,6 +236,12 @@ TEST_F(TwoInstances, WorkAtOnceAndShareNothing) {
                           goodReply("first?token?uid?guid"));
                 EXPECT_EQ(replyTo(instance, requestOf("sso_plugin_getLoginUid")), goodReply("uid"));
                 EXPECT_EQ(replyTo(instance, requestOf("sso_plugin_getGuid")), goodReply("guid"));
+                EXPECT_EQ(replyTo(instance, requestOf("sso_plugin_getLoginStatus")), goodReply(5));
+                EXPECT_EQ(
+                    replyTo(instance,
+                            Value::Dictionary{{"command", "sso_plugin_getTermsAgreementState"},
+                                              {"termsId", std::to_string(instance)}}),
+                    goodReply(5));
             }
         });
     }

@@ -26,9 +26,13 @@ std::array<Watch, 16> g_watches;
 void released(const void* block) {
     if (block == nullptr) return;
     for (Watch& watch : g_watches) {
+        if (watch.block.load() != block) continue;
+        // Read before the place is free for another block.
+        const FreeObserver observer = watch.observer.load();
+        void* const user = watch.user.load();
         const void* expected = block;
-        if (watch.block.load() == block && watch.block.compare_exchange_strong(expected, nullptr)) {
-            watch.observer.load()(block, watch.user.load());
+        if (watch.block.compare_exchange_strong(expected, nullptr)) {
+            observer(block, user);
             return;
         }
     }

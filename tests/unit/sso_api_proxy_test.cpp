@@ -168,6 +168,39 @@ TEST_F(GivingTheProxyBack, FromInsideACallbackWaitsForAllOthers) {
     EXPECT_THAT(callbacks.now(), ElementsAre("giver: 0 state 0"));
 }
 
+TEST_F(GivingTheProxyBack, WaitsForACallbackThatGivesItBackToo) {
+    for (int round = 0; round < 100; ++round) {
+        useAccount(kPopupsAtOnce);
+        std::atomic<bool> inside = false;
+        std::atomic<bool> leave = false;
+        Callbacks running;
+        running.inside = [&](const std::string&) {
+            inside = true;
+            while (!leave) std::this_thread::yield();
+        };
+        running.show("running");
+        while (!inside) std::this_thread::yield();
+        sso_api_control_set_held(1);
+        Callbacks giving;
+        giving.inside = [&](const std::string&) {
+            sso_give_proxy();  // waits for the one that runs
+            for (int i = 0; i < 100; ++i) std::this_thread::yield();
+        };
+        giving.show("giving");
+        std::thread finisher([&] { support::finish(0, {0, 0, nullptr}); });
+        waitForTheEndOfStarts();
+        std::thread giver([&] {
+            sso_give_proxy();
+            EXPECT_THAT(running.now(), ElementsAre("running: 0 state 0"));
+            EXPECT_THAT(giving.now(), ElementsAre("giving: 0 state 0"));
+        });
+        leave = true;
+        giver.join();
+        finisher.join();
+        sso_api_control_set_held(0);
+    }
+}
+
 TEST_F(GivingTheProxyBack, FromInsideCancelledCallbacksEnds) {
     sso_api_control_set_held(1);
     Callbacks callbacks;

@@ -184,6 +184,10 @@ TEST_F(AMapping, IsRemovedWithAllOfItsApplicationAndPartner) {
     EXPECT_EQ(list("a", ""), R"(0 [{"appID":"a","cpName":"q","cpUID":"u"}])");
     EXPECT_EQ(list("b", ""), R"(0 [{"appID":"b","cpName":"p","cpUID":"u"}])");
     EXPECT_EQ(remove("a", "p", ""), "-5");
+    EXPECT_EQ(add("a", "p", "u"), "0");
+    EXPECT_EQ(remove("a", "q", ""), "0");
+    EXPECT_EQ(remove("a", "p", ""), "0");  // its neighbour is another application's
+    EXPECT_EQ(list("b", ""), R"(0 [{"appID":"b","cpName":"p","cpUID":"u"}])");
     EXPECT_EQ(remove("a", "", ""), "-5");
     EXPECT_EQ(remove("", "p", ""), "-5");
     EXPECT_EQ(remove("a", "", "u"), "-5");

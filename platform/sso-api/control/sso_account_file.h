@@ -13,9 +13,9 @@
 
 #include "sso_api.h"
 
-/// The account file of the development SSO client library, which platform/sso-api/account.schema.json
-/// describes. The library reads the file that SSO_ACCOUNT_FILE in the environment names, if it is set
-/// and not empty, at the first use of the account.
+/// The account file of the development SSO client library; platform/sso-api/account.schema.json
+/// describes it. The library reads the file that SSO_ACCOUNT_FILE in the environment names, if that
+/// is set and not empty, at the first use of the account.
 namespace sso_api {
 
 struct Identity {

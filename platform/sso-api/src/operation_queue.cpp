@@ -8,8 +8,8 @@
 namespace sso_api {
 namespace {
 
-// How many of this thread's callbacks are counted in m_running.
-thread_local int t_counted = 0;
+// This thread's callbacks that run and have not called endAll().
+thread_local int t_running = 0;
 
 template <typename List>
 auto at(List& list, size_t index) {
@@ -72,17 +72,14 @@ std::optional<int> OperationQueue::finish(size_t index, const Outcome& outcome) 
 void OperationQueue::endAll(const Outcome& outcome) {
     std::unique_lock lock(m_mutex);
     ++m_ending;
-    const int own = std::exchange(t_counted, 0);
-    m_running -= own;
-    if (m_running == 0) {
-        m_idle.notify_all();
-    }
+    const int own = std::exchange(t_running, 0);
+    m_endingAll += own;
     while (!m_operations.empty()) {
         end(lock, m_operations.begin(), &outcome);
     }
-    m_idle.wait(lock, [this] { return m_running == 0; });
-    m_running += own;
-    t_counted = own;
+    m_returned.wait(lock, [&] { return m_running == (own == 0 ? 0 : m_endingAll); });
+    m_endingAll -= own;
+    t_running = own;
     --m_ending;
 }
 
@@ -99,14 +96,15 @@ int OperationQueue::end(std::unique_lock<std::mutex>& lock, Operations::iterator
     Operations taken;
     taken.splice(taken.begin(), m_operations, operation);
     ++m_running;
-    ++t_counted;
+    ++t_running;
     lock.unlock();
     const int result =
         outcome != nullptr ? operation->deliver(*outcome) : operation->deliver(operation->work());
     lock.lock();
-    --t_counted;
-    if (--m_running == 0) {
-        m_idle.notify_all();
+    --t_running;
+    --m_running;
+    if (m_ending > 0) {
+        m_returned.notify_all();
     }
     return result;
 }

@@ -72,13 +72,14 @@ class OperationQueue {
     void run();
 
     std::mutex m_mutex;
-    std::condition_variable m_sooner;  ///< the thread has to look at the schedule again
-    std::condition_variable m_idle;    ///< m_running has become 0
-    Operations m_operations;           ///< the oldest first
+    std::condition_variable m_sooner;    ///< the thread has to look at the schedule again
+    std::condition_variable m_returned;  ///< a callback, while endAll() may wait for it
+    Operations m_operations;             ///< the oldest first
     Schedule m_schedule;
-    /// Callbacks that run, without those whose thread waits in endAll() itself: they would wait
-    /// for themselves, or for each other.
-    int m_running = 0;
+    int m_running = 0;  ///< callbacks
+    /// Those of the callbacks that are in endAll() themselves. From inside a callback endAll() does
+    /// not wait for these: they would wait for themselves, or for each other.
+    int m_endingAll = 0;
     int m_ending = 0;  ///< calls of endAll() under way
     bool m_stopping = false;
     std::thread m_thread;
