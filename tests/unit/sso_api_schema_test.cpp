@@ -21,7 +21,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kSchema = SSO_SOURCE_DIR "/platform/sso-api/account.schema.json";
+constexpr const char* kSchema = SSO_SOURCE_DIR "/web/accounts/account.schema.json";
 constexpr const char* kAccounts = SSO_SOURCE_DIR "/web/accounts";
 
 json readJson(const std::string& path) {
@@ -71,6 +71,7 @@ TEST_F(TheSchema, RefusesWhatTheReaderRefusesAsFarAsASchemaCan) {
 TEST_F(TheSchema, AcceptsTheExampleAccounts) {
     std::set<std::string> examples;
     for (const auto& entry : std::filesystem::directory_iterator(kAccounts)) {
+        if (std::filesystem::equivalent(entry.path(), kSchema)) continue;
         SCOPED_TRACE(entry.path());
         examples.insert(entry.path().filename());
         const json document = readJson(entry.path());

@@ -13,7 +13,7 @@
 
 #include "sso_api.h"
 
-/// The account file of the development SSO client library; platform/sso-api/account.schema.json
+/// The account file of the development SSO client library; web/accounts/account.schema.json
 /// describes it. The library reads the file that SSO_ACCOUNT_FILE in the environment names, if that
 /// is set and not empty, at the first use of the account.
 namespace sso_api {
