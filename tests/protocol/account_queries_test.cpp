@@ -5,11 +5,8 @@
 
 #include <climits>
 #include <cstring>
-#include <thread>
 
-#include "gate.h"
 #include "protocol_test.h"
-#include "thread_signal.h"
 
 namespace protocol {
 namespace {
@@ -192,30 +189,6 @@ TEST_F(TheAccountState, IsAskedForAfreshEachTime) {
     EXPECT_EQ(replyTo(m_instance, requestOf(kState)), goodReply("A?B?C?d"));
     setGuid(0, "D");
     EXPECT_EQ(replyTo(m_instance, requestOf(kState)), goodReply("A?B?C?D"));
-}
-
-// One worker is in the middle of its question while another asks the same.
-TEST_F(TheAccountState, IsNotMixedWithWhatAnotherInstanceIsTold) {
-    const PP_Instance other = embed();
-    setInfo(0, infoOf("a", "c"));
-    setGuid(0, "d");
-    setToken(0, "b");
-    support::Signal asking;
-    support::Gate answered;
-    m_recorder.setHook([&](const Event& event) {
-        if (event.what != "sso_get_guid" || asking.given()) return;
-        asking.give();
-        answered.wait();
-    });
-    Value reply;
-    std::thread page([&] { reply = replyTo(m_instance, requestOf(kState)); });
-    EXPECT_TRUE(asking.wait());
-    setInfo(0, infoOf("A", "C"));
-    EXPECT_EQ(replyTo(other, requestOf(kState)), goodReply("A?b?C?d"));
-    answered.open();
-    page.join();
-    m_recorder.setHook(nullptr);
-    EXPECT_EQ(reply, goodReply("a?b?c?d"));
 }
 
 TEST_F(TheGuid, IsTheLibrarysText) {

@@ -16,7 +16,6 @@ namespace {
 
 using OutstandingOperations = AsynchronousTest;
 using AHeldUpWorker = AsynchronousTest;
-using TwoInstances = AsynchronousTest;
 
 /// Everything that an operation may be told, made of one number.
 class End {
@@ -202,66 +201,6 @@ TEST_F(AHeldUpWorker, KeepsNoAnswerWaiting) {
     EXPECT_EQ(sso_api_control_outstanding(), 1);
     ASSERT_EQ(finish(0, {5, 5, "5"}), SSO_OK);
     EXPECT_THAT(takeAnswers(), ElementsAre(endAnswer(list, {5, 5, "5"})));
-}
-
-// Two workers in the same functions: whatever those shared, the thread sanitizer would tell.
-TEST_F(TwoInstances, WorkAtOnceAndShareNothing) {
-    constexpr int kRounds = 20;
-    const sso_login_info info = {"first", "uid", {}};
-    ASSERT_EQ(setAnswer("sso_get_login_info", {0, nullptr, &info, nullptr}), SSO_OK);
-    ASSERT_EQ(setAnswer("sso_get_guid", {0, nullptr, nullptr, "guid"}), SSO_OK);
-    ASSERT_EQ(setAnswer("sso_get_auth_token", {0, nullptr, nullptr, "token"}), SSO_OK);
-    const int state = 5;
-    ASSERT_EQ(setAnswer("sso_get_login_state", {0, &state, nullptr, nullptr}), SSO_OK);
-    ASSERT_EQ(setAnswer("sso_get_term_state", {0, &state, nullptr, nullptr}), SSO_OK);
-    const PP_Instance instances[] = {embedWith(support::kAll), embed()};
-    std::map<void*, std::string> texts;  // by the user data of the instance that sends them
-    for (const PP_Instance instance : instances) {
-        texts[start(instance, kAsynchronousCommands[0]).userData] = std::to_string(instance);
-    }
-    ASSERT_EQ(texts.size(), 2U);
-    m_recorder.clear();
-
-    std::vector<std::thread> pages;
-    for (const PP_Instance instance : instances) {
-        pages.emplace_back([this, instance] {
-            for (int round = 0; round < kRounds; ++round) {
-                for (const AsynchronousCommand& command : kAsynchronousCommands) {
-                    Value::Dictionary request = requestFor(command);
-                    for (const Key& key : command.keys)
-                        request[key.name] = std::to_string(instance);
-                    host().post(instance, request);
-                }
-                EXPECT_EQ(replyTo(instance, requestOf("sso_plugin_getSSOState")),
-                          goodReply("first?token?uid?guid"));
-                EXPECT_EQ(replyTo(instance, requestOf("sso_plugin_getLoginUid")), goodReply("uid"));
-                EXPECT_EQ(replyTo(instance, requestOf("sso_plugin_getGuid")), goodReply("guid"));
-                EXPECT_EQ(replyTo(instance, requestOf("sso_plugin_getLoginStatus")), goodReply(5));
-                EXPECT_EQ(
-                    replyTo(instance,
-                            Value::Dictionary{{"command", "sso_plugin_getTermsAgreementState"},
-                                              {"termsId", std::to_string(instance)}}),
-                    goodReply(5));
-            }
-        });
-    }
-    for (std::thread& page : pages) page.join();
-
-    std::map<std::string, int> starts;
-    for (const support::LibraryCall& call : m_recorder.libraryCalls()) {
-        if (call.callback == nullptr) continue;
-        ++starts[call.function];
-        for (const std::string& text : call.texts) {
-            EXPECT_TRUE(text == texts.at(call.userData) || text.empty()) << text;
-        }
-    }
-    EXPECT_EQ(starts,
-              (std::map<std::string, int>{{"sso_show", 4 * kRounds},
-                                          {"sso_request_access_token", 2 * kRounds},
-                                          {"sso_show_term_page", 2 * kRounds},
-                                          {"sso_get_cp_account_mapping_list", 2 * kRounds},
-                                          {"sso_add_cp_account_mapping_info", 2 * kRounds},
-                                          {"sso_remove_cp_account_mapping_info", 2 * kRounds}}));
 }
 
 }  // namespace
