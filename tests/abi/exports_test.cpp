@@ -95,10 +95,33 @@ TEST(TheStandIns, ExportTheirPublicFunctionsAndNothingElse) {
         "sso_api_control_finish",
     };
     EXPECT_EQ(exportsOf("libsso_api.so"), clientLibrary);
+    const Names tracingService = {
+        // Public
+        "ht_register_library",
+        "ht_deregister_library",
+        "_ZN16TCScopeContainerC1ERK14TSCodeLocation",
+        "_ZN16TCScopeContainerC2ERK14TSCodeLocation",
+        "_ZN16TCScopeContainerD1Ev",
+        "_ZN16TCScopeContainerD2Ev",
+        "_ZN14TCScopeHandler8InstanceER16TCScopeContainer",
+        "_ZN14TCScopeHandlerD1Ev",
+        "_ZN14TCScopeHandlerD2Ev",
+        "_ZN2ht11TSDemangler8DemangleB5cxx11EPKc",
+        // For tests
+        "ht_control_registered",
+        "ht_control_set_registration_observer",
+        "ht_control_set_enabled",
+        "ht_control_set_item_orders",
+        "ht_control_set_call_observer",
+        "ht_control_set_failing_write",
+        "ht_control_open_scopes",
+        "ht_control_set_step_observer",
+    };
+    EXPECT_EQ(exportsOf("libht.so"), tracingService);
 }
 
 TEST(TheStandIns, CarryTheSonamesOfADevice) {
-    for (const char* library : {"libdlog.so", "libvconf.so", "libsso_api.so"}) {
+    for (const char* library : {"libdlog.so", "libvconf.so", "libsso_api.so", "libht.so"}) {
         EXPECT_THAT(
             elf::ElfFile(support::builtPath(std::string("lib/") + library)).dynamicTexts(DT_SONAME),
             ElementsAre(library));

@@ -49,7 +49,7 @@ TEST_P(AHardenedLibrary, ChecksItsStack) {
 
 INSTANTIATE_TEST_SUITE_P(OfTheTree, AHardenedLibrary,
                          ::testing::Values("libsso.so", "libsso_api.so", "libvconf.so",
-                                           "libdlog.so"),
+                                           "libdlog.so", "libht.so"),
                          [](const auto& info) {
                              const std::string file = info.param;
                              return file.substr(0, file.find('.'));

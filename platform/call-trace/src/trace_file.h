@@ -1,0 +1,49 @@
+#ifndef CALL_TRACE_TRACE_FILE_H_
+#define CALL_TRACE_TRACE_FILE_H_
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+
+namespace call_trace {
+
+/// A file with a JSON array that is whole after each change, so that nothing has to be done when the
+/// process ends. The file is locked, and so taken, as long as this object lives.
+///
+/// The array's end is kept well behind the last element, with spaces in between, and an element does
+/// not cross the border of two pages unless it is longer than one: a process that is killed while it
+/// writes leaves what it has written as far as such a border. What is left open is the moment in which
+/// the end moves, once in many elements.
+class TraceFile {
+  public:
+    /// Opens the file and makes it an empty array.
+    ///
+    /// @throws std::system_error  with the path in what(); std::errc::operation_would_block when
+    ///                            another process has taken it.
+    explicit TraceFile(const std::string& path);
+    ~TraceFile();
+    TraceFile(const TraceFile&) = delete;
+    TraceFile& operator=(const TraceFile&) = delete;
+
+    /// @param element  a JSON value.
+    /// @throws std::system_error  as above; the array is as it was.
+    void append(std::string_view element);
+
+  private:
+    void open();
+    void lockAndEmpty();
+    /// Moves the array's end so that `size` bytes fit in from `position`.
+    void makeRoom(off_t position, off_t size);
+    void write(off_t position, std::string_view text);
+    [[noreturn]] void fail(int error) const;
+
+    const std::string m_path;
+    int m_file = -1;
+    off_t m_end = 0;      ///< of the last element
+    off_t m_closing = 0;  ///< where the array ends
+};
+
+}  // namespace call_trace
+
+#endif

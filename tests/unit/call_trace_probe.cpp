@@ -1,0 +1,181 @@
+// Is traced in a process of its own, step by step as its arguments say, and tells what it sees.
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "call_trace_library.h"
+#include "ht_control.h"
+
+namespace {
+
+using call_trace_test::Place;
+using call_trace_test::Scope;
+using Steps = std::vector<std::string>;
+
+int g_cell = -1;
+const Place g_place("static void Probe::traced(int) const", &g_cell, 42);
+
+/// A call that encloses two, the first of which encloses one itself.
+void callAround() {
+    Scope outer(g_place, "outer");
+    {
+        Scope first(g_place, "first");
+        Scope innermost(g_place, "innermost");
+    }
+    Scope second(g_place, "second");
+}
+
+/// @param names  of the threads, with their numbers behind.
+void callInThreads(int count, int rounds) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back([i, rounds] {
+            pthread_setname_np(pthread_self(), ("thread-" + std::to_string(i)).c_str());
+            for (int round = 0; round < rounds; ++round) callAround();
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
+/// The number of open files.
+int openFiles() {
+    int count = 0;
+    for ([[maybe_unused]] const auto& entry :
+         std::filesystem::directory_iterator("/proc/self/fd")) {
+        ++count;
+    }
+    return count;
+}
+
+const int g_filesAtFirst = openFiles();
+
+void limitFiles(const std::string& size) {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlim_t limit = std::stoul(size);
+    const rlimit both{limit, limit};
+    setrlimit(RLIMIT_FSIZE, &both);
+}
+
+void say(const char* format, long value) {
+    std::printf(format, value);
+    std::fflush(stdout);
+}
+
+void take(const Steps& steps, std::size_t index);
+
+/// Both processes go on, the child first.
+void forkAndWait() {
+    const pid_t child = fork();
+    if (child == 0) {
+        say("child %ld\n", getpid());
+        return;
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (status != 0) _exit(1);
+}
+
+/// The child goes on when its parent has gone.
+void forkAndLeave() {
+    const pid_t parent = getpid();
+    if (fork() != 0) _exit(0);
+    while (getppid() == parent) std::this_thread::yield();
+    say("child %ld\n", getpid());
+}
+
+/// Forks `count` times while other threads are traced; each child is traced and ends.
+void forkAmongThreads(int count) {
+    std::atomic<bool> isEnough = false;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            while (!isEnough) callAround();
+        });
+    }
+    for (; count > 0; --count) {
+        const pid_t child = fork();
+        if (child == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);  // should it hang
+            callAround();
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        if (status != 0) _exit(1);
+    }
+    isEnough = true;
+    for (std::thread& thread : threads) thread.join();
+}
+
+/// Everything that follows is part of the call.
+void callAroundRest(const std::string& text, const Steps& steps, std::size_t index) {
+    Scope scope(g_place, text.c_str());
+    take(steps, index);
+}
+
+void take(const Steps& steps, std::size_t index) {
+    if (index == steps.size()) return;
+    const std::string& step = steps[index];
+    const std::string::size_type equals = step.find('=');
+    const std::string name = step.substr(0, equals);
+    const std::string value = equals == std::string::npos ? "" : step.substr(equals + 1);
+    if (name == "register") {
+        ht_register_library(&g_cell);
+    } else if (name == "cell") {
+        say("cell %ld\n", g_cell);
+    } else if (name == "files") {
+        say("files %ld\n", openFiles() - g_filesAtFirst);
+    } else if (name == "call") {
+        Scope scope(g_place, value.c_str());
+    } else if (name == "call-null") {
+        Scope scope(g_place, nullptr);
+    } else if (name == "open") {
+        return callAroundRest(value, steps, index + 1);
+    } else if (name == "signature") {
+        const Place place(value.c_str(), &g_cell);
+        Scope scope(place, "text");
+    } else if (name == "calls") {
+        for (int left = std::stoi(value); left > 0; --left) callAround();
+    } else if (name == "threads") {
+        callInThreads(8, std::stoi(value));
+    } else if (name == "name") {
+        pthread_setname_np(pthread_self(), value.c_str());
+    } else if (name == "fork") {
+        forkAndWait();
+    } else if (name == "fork-and-leave") {
+        forkAndLeave();
+    } else if (name == "fork-among-threads") {
+        forkAmongThreads(std::stoi(value));
+    } else if (name == "enable") {
+        ht_control_set_enabled(std::stoi(value));
+    } else if (name == "limit") {
+        limitFiles(value);
+    } else if (name == "pid") {
+        say("pid %ld\n", getpid());
+    } else if (name == "wait") {
+        for (;;) pause();
+    } else if (name == "go-on") {
+        for (;;) callAround();
+    } else {
+        std::fprintf(stderr, "unknown step %s\n", step.c_str());
+        std::exit(2);
+    }
+    take(steps, index + 1);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) { take(Steps(argv + 1, argv + argc), 0); }
