@@ -3,7 +3,7 @@
 
 find_package(PkgConfig REQUIRED)
 
-foreach(supplier pepper pepper_runtime sso_api vconf dlog)
+foreach(supplier pepper pepper_runtime sso_api vconf dlog ht)
   string(REPLACE "_" "-" package ${supplier})
   pkg_check_modules(${supplier} REQUIRED IMPORTED_TARGET ${package})
   add_library(SSO::${supplier} ALIAS PkgConfig::${supplier})

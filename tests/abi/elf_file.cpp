@@ -9,6 +9,9 @@
 namespace elf {
 namespace {
 
+/// The size of a pointer.
+constexpr uint64_t kWord = 8;
+
 size_t entries(const GElf_Shdr& header) {
     return header.sh_entsize == 0 ? 0 : header.sh_size / header.sh_entsize;
 }
@@ -124,19 +127,48 @@ bool ElfFile::isRelro(const std::string& section) const {
 }
 
 std::vector<std::set<std::string>> ElfFile::virtualSlots(const std::string& vtableSymbol) const {
-    std::vector<std::set<std::string>> slots;
     const auto table = m_symbols.find(vtableSymbol);
     if (table == m_symbols.end()) {
-        return slots;
+        return {};
     }
     // The first two words are the offset to the top and the type.
-    constexpr uint64_t kWord = 8;
-    const uint64_t end = table->second.address + table->second.size;
-    for (uint64_t slot = table->second.address + 2 * kWord; slot < end; slot += kWord) {
-        const auto function = m_relocated.find(slot);
-        slots.push_back(function != m_relocated.end() ? function->second : std::set<std::string>());
+    const uint64_t begin = table->second.address;
+    return pointees(begin + 2 * kWord, begin + table->second.size);
+}
+
+std::vector<std::set<std::string>> ElfFile::functionList(const std::string& section) const {
+    const auto found = m_sections.find(section);
+    if (found == m_sections.end()) {
+        return {};
     }
-    return slots;
+    const uint64_t begin = found->second.sh_addr;
+    return pointees(begin, begin + found->second.sh_size);
+}
+
+std::set<std::string> ElfFile::symbols() const {
+    std::set<std::string> names;
+    for (const auto& [name, symbol] : m_symbols) {
+        names.insert(name);
+    }
+    return names;
+}
+
+std::set<std::string> ElfFile::pointee(const std::string& symbol, uint64_t offset) const {
+    const auto found = m_symbols.find(symbol);
+    if (found == m_symbols.end()) {
+        return {};
+    }
+    const uint64_t pointer = found->second.address + offset;
+    return pointees(pointer, pointer + kWord).front();
+}
+
+std::vector<std::set<std::string>> ElfFile::pointees(uint64_t begin, uint64_t end) const {
+    std::vector<std::set<std::string>> names;
+    for (uint64_t pointer = begin; pointer < end; pointer += kWord) {
+        const auto found = m_relocated.find(pointer);
+        names.push_back(found != m_relocated.end() ? found->second : std::set<std::string>());
+    }
+    return names;
 }
 
 }  // namespace elf

@@ -34,11 +34,28 @@ class ElfFile {
     /// address has. Empty when the file was stripped of the table's symbol.
     std::vector<std::set<std::string>> virtualSlots(const std::string& vtableSymbol) const;
 
+    /// The functions of a list that the loader runs, ".init_array" or ".fini_array", as
+    /// virtualSlots(). Local functions have no name when the file was stripped.
+    std::vector<std::set<std::string>> functionList(const std::string& section) const;
+
+    /// Mangled names of all symbols that are defined, local ones included; only the dynamic ones
+    /// when the file was stripped.
+    std::set<std::string> symbols() const;
+    /// The names of what a pointer in a variable refers to, as the loader fills it in.
+    ///
+    /// @param offset  of the pointer, in bytes.
+    std::set<std::string> pointee(const std::string& symbol, uint64_t offset) const;
+
+    bool isStripped() const { return m_sections.count(".symtab") == 0; }
+
   private:
     struct Symbol {
         uint64_t address;
         uint64_t size;
     };
+
+    /// Of the pointers from `begin` to before `end`.
+    std::vector<std::set<std::string>> pointees(uint64_t begin, uint64_t end) const;
 
     std::set<std::string> m_defined;
     std::set<std::string> m_undefined;

@@ -28,6 +28,9 @@ struct AsynchronousCommand {
     const char* callback;    ///< the function that the library calls at the end
     int callbackLine;        ///< of the log line with the callback's name; 0 without one
     int nullLine;            ///< of the log line about null user data
+    int scopeLine;           ///< of the callback's scope for call tracing
+    int notStartedLine;      ///< of the text in the trace, when the library starts nothing; 0: none
+    int startedLine;         ///< of the text in the trace, when it starts the operation; 0: none
     Ending ending;
     const char* valueKey;  ///< of the answer
 };
@@ -38,19 +41,19 @@ constexpr const char* kInvalid = "Parameter is invalid";
 // clang-format off
 inline const std::vector<AsynchronousCommand> kAsynchronousCommands = {
     {"sso_plugin_show_login_page", 140, {{"data", kInvalid}},
-     "sso_show", "show login failed", "m_ShowSSOLoginCallBack", 0, 414, Ending::State, "state"},
+     "sso_show", "show login failed", "m_ShowSSOLoginCallBack", 0, 414, 409, 151, 156, Ending::State, "state"},
     {"sso_plugin_createAccount", 161, {},
-     "sso_show", "show login failed", "m_ShowCreateAccountCallBack", 0, 462, Ending::State, "state"},
+     "sso_show", "show login failed", "m_ShowCreateAccountCallBack", 0, 462, 457, 166, 171, Ending::State, "state"},
     {"sso_plugin_getZEVAccessToken", 176, {{"id", kInvalid}, {"secret", kInvalid}},
-     "sso_request_access_token", "request access token failed", "m_RequestAccessTokenCallBack", 476, 493, Ending::Text, "token"},
+     "sso_request_access_token", "request access token failed", "m_RequestAccessTokenCallBack", 476, 493, 472, 187, 0, Ending::Text, "token"},
     {"sso_plugin_showTermsPage", 194, {{"termsId", "termsId parameter is invalid"}, {"callerId", "callerId parameter is invalid"}},
-     "sso_show_term_page", "show terms page failed", "m_ShowTermsPageCallBack", 428, 438, Ending::State, "state"},
+     "sso_show_term_page", "show terms page failed", "m_ShowTermsPageCallBack", 428, 438, 424, 213, 218, Ending::State, "state"},
     {"sso_plugin_getPartnerAccountMappingList", 222, {{"appID", kInvalid}, {"cpName", nullptr}},
-     "sso_get_cp_account_mapping_list", "get cp account mapping list failed", "m_GetPartnerAccountMappingListCallBack", 507, 524, Ending::Text, "PartnerAccountInfo"},
+     "sso_get_cp_account_mapping_list", "get cp account mapping list failed", "m_GetPartnerAccountMappingListCallBack", 507, 524, 503, 0, 0, Ending::Text, "PartnerAccountInfo"},
     {"sso_plugin_addPartnerAccountMappingInfo", 238, {{"appID", kInvalid}, {"cpName", kInvalid}, {"cpUID", kInvalid}},
-     "sso_add_cp_account_mapping_info", "add cp account mapping info failed", "m_AddPartnerAccountMappingInfoCallBack", 538, 548, Ending::Result, "result"},
+     "sso_add_cp_account_mapping_info", "add cp account mapping info failed", "m_AddPartnerAccountMappingInfoCallBack", 538, 548, 534, 0, 0, Ending::Result, "result"},
     {"sso_plugin_removePartnerAccountMappingInfo", 256, {{"appID", kInvalid}, {"cpName", kInvalid}, {"cpUID", nullptr}},
-     "sso_remove_cp_account_mapping_info", "remove cp account mapping info failed", "m_RemovePartnerAccountMappingInfoCallBack", 562, 572, Ending::Result, "result"},
+     "sso_remove_cp_account_mapping_info", "remove cp account mapping info failed", "m_RemovePartnerAccountMappingInfoCallBack", 562, 572, 558, 268, 0, Ending::Result, "result"},
 };
 // clang-format on
 
@@ -103,21 +106,45 @@ inline int callBack(const AsynchronousCommand& command, const support::LibraryCa
 
 /// A request up to where its keys are checked.
 inline EventMatchers admitted(const AsynchronousCommand& command) {
-    return {postedStart(), gate(command.name),
-            logged(Kind::Detail, postedPlace(command.line), command.name)};
+    return sequence({postedStart(),
+                     gate(command.name),
+                     {logged(Kind::Detail, postedPlace(command.line), command.name)}});
+}
+
+/// The line that tells of the text in the trace, where there is one.
+inline EventMatchers tracePoint(const AsynchronousCommand& command, int line) {
+    if (line == 0) return {};
+    return {
+        logged(Kind::Flow, postedPlace(line), std::string("NDL-HT") + command.callback + " done")};
 }
 
 /// A request that starts an operation.
 inline EventMatchers started(const AsynchronousCommand& command) {
-    return sequence(
-        {admitted(command), {called(Supplier::Library, command.function), postedEnd()}});
+    return sequence({admitted(command),
+                     {called(Supplier::Library, command.function)},
+                     tracePoint(command, command.startedLine),
+                     {postedEnd()}});
 }
 
-/// The line in which a callback says its name, if it does.
+/// A request for an operation that the client library does not start.
+///
+/// @param during  what happens inside the call of the library.
+inline EventMatchers notStarted(const AsynchronousCommand& command,
+                                const EventMatchers& during = {}) {
+    return sequence({admitted(command),
+                     {called(Supplier::Library, command.function)},
+                     during,
+                     tracePoint(command, command.notStartedLine),
+                     response(command.name, -1, "error", command.notStarted)});
+}
+
+/// What a callback says of itself: some say their name once more.
 inline EventMatchers callbackLine(const AsynchronousCommand& command) {
-    if (command.callbackLine == 0) return {};
-    return {logged(Kind::Detail, handlerPlace(command.callback, command.callbackLine),
-                   command.callback)};
+    const EventMatchers opened = scope(command.callback, command.scopeLine);
+    if (command.callbackLine == 0) return opened;
+    return sequence({opened,
+                     {logged(Kind::Detail, handlerPlace(command.callback, command.callbackLine),
+                             command.callback)}});
 }
 
 /// An operation's end whose answer goes out.

@@ -39,14 +39,14 @@ std::string pointerIn(const std::vector<Event>& events) {
 }
 
 EventMatchers mainThreadUpToStart(const std::string& pointer) {
-    return {
-        asked(support::identifierOf(support::kPartner)),
-        asked(support::identifierOf(support::kPlatform)),
-        asked(support::identifierOf(support::kPublic)),
-        privilegeLine("1", "0", "0", pointer),
-        called(Supplier::Browser, "PPB_MessageLoop.Create"),
-        logged(Kind::Flow, instancePlace(11), "[PluginSSO] begin m_poAdditionalThread->Start()"),
-        logged(Kind::Flow, instancePlace(14), "[PluginSSO] begin RegisterMessageHandler")};
+    return sequence(
+        {{asked(support::identifierOf(support::kPartner)),
+          asked(support::identifierOf(support::kPlatform)),
+          asked(support::identifierOf(support::kPublic)), privilegeLine("1", "0", "0", pointer)},
+         scope("CPluginSSOMessageHandler", 30),
+         {called(Supplier::Browser, "PPB_MessageLoop.Create"),
+          logged(Kind::Flow, instancePlace(11), "[PluginSSO] begin m_poAdditionalThread->Start()"),
+          logged(Kind::Flow, instancePlace(14), "[PluginSSO] begin RegisterMessageHandler")}});
 }
 
 TEST_F(AnInstanceBeingMade, AsksForPrivilegesThenStartsItsThreadThenRegisters) {

@@ -93,8 +93,9 @@ TEST_F(AnUnregisteredHandler, TellsThePageWithOneWord) {
 
     EXPECT_THAT(withoutQuit(m_recorder.events()),
                 ElementsAreArray(sequence(
-                    {{logged(Kind::Flow, handlerPlace("WasUnregistered"), "WasUnregistered"),
-                      messagePosted()},
+                    {{logged(Kind::Flow, handlerPlace("WasUnregistered"), "WasUnregistered")},
+                     scope("WasUnregistered", 386),
+                     {messagePosted()},
                      destruction()})));
 }
 

@@ -48,8 +48,8 @@ TEST_F(AMessageThatIsNoRequest, LogsWhenItWasPosted) {
         answersTo(instance, message);
         EXPECT_THAT(m_recorder.events(),
                     ElementsAreArray(sequence(
-                        {{postedStart(),
-                          logged(Kind::Error, postedPlace(117), "The incoming message is invalid")},
+                        {postedStart(),
+                         {logged(Kind::Error, postedPlace(117), "The incoming message is invalid")},
                          response("", -1, "paramInvaild", "Incoming message is invalid")})));
     }
 }
@@ -61,8 +61,9 @@ TEST_F(AMessageThatIsNoRequest, LogsWhenItWasBlocking) {
         m_recorder.clear();
         replyTo(instance, message);
         EXPECT_THAT(m_recorder.events(),
-                    ElementsAre(askedStart(), logged(Kind::Error, askedPlace(291),
-                                                     "The incoming message is invalid")));
+                    ElementsAreArray(sequence({askedStart(),
+                                               {logged(Kind::Error, askedPlace(291),
+                                                       "The incoming message is invalid")}})));
     }
 }
 
@@ -113,8 +114,8 @@ TEST_F(ARequestWithoutACommand, LogsWhenItWasPosted) {
         answersTo(instance, request);
         EXPECT_THAT(m_recorder.events(),
                     ElementsAreArray(sequence(
-                        {{postedStart(),
-                          logged(Kind::Error, postedPlace(124), "The incoming command is invalid")},
+                        {postedStart(),
+                         {logged(Kind::Error, postedPlace(124), "The incoming command is invalid")},
                          response("", -1, "commandInvaild", "Parameter command is invalid")})));
     }
 }
@@ -126,8 +127,9 @@ TEST_F(ARequestWithoutACommand, LogsWhenItWasBlocking) {
         m_recorder.clear();
         replyTo(instance, request);
         EXPECT_THAT(m_recorder.events(),
-                    ElementsAre(askedStart(), logged(Kind::Error, askedPlace(297),
-                                                     "The incoming command is invalid")));
+                    ElementsAreArray(sequence({askedStart(),
+                                               {logged(Kind::Error, askedPlace(297),
+                                                       "The incoming command is invalid")}})));
     }
 }
 
@@ -139,8 +141,9 @@ TEST_F(ARefusedCommand, LogsWhenItWasPosted) {
         EXPECT_EQ(answerTo(instance, requestOf(command.name)), refusal(command.name));
         EXPECT_THAT(m_recorder.events(),
                     ElementsAreArray(sequence(
-                        {{postedStart(), gate(command.name),
-                          logged(Kind::Error, postedPlace(133), "check SSO Privilege fail")},
+                        {postedStart(),
+                         gate(command.name),
+                         {logged(Kind::Error, postedPlace(133), "check SSO Privilege fail")},
                          response(command.name, 18, "PrivilegeInvalid",
                                   "You do not have the privilege")})));
     }
@@ -154,8 +157,10 @@ TEST_F(ARefusedCommand, LogsWhenItWasBlocking) {
         EXPECT_EQ(replyTo(instance, requestOf(command.name)),
                   errorReply(18, "SecurityError", "You do not have the privilege"));
         EXPECT_THAT(m_recorder.events(),
-                    ElementsAre(askedStart(), gate(command.name),
-                                logged(Kind::Error, askedPlace(305), "check SSO Privilege fail")));
+                    ElementsAreArray(sequence(
+                        {askedStart(),
+                         gate(command.name),
+                         {logged(Kind::Error, askedPlace(305), "check SSO Privilege fail")}})));
     }
 }
 
@@ -196,17 +201,20 @@ TEST_F(ACommandOfTheOtherPath, IsUnknownThere) {
                       errorAnswer("", -1, "commandInvaild", "Command no recognized"));
             EXPECT_THAT(m_recorder.events(),
                         ElementsAreArray(
-                            sequence({{postedStart(), gate(command.name),
-                                       logged(Kind::Error, postedPlace(275), "Command is invalid")},
+                            sequence({postedStart(),
+                                      gate(command.name),
+                                      {logged(Kind::Error, postedPlace(275), "Command is invalid")},
                                       response("", -1, "commandInvaild", "Command no recognized"),
                                       {postedEnd()}})));
         } else {
             EXPECT_EQ(replyTo(instance, fullRequest(command.name)),
                       errorReply(-2, "InvalidValuesError", "unkown command"));
             EXPECT_THAT(m_recorder.events(),
-                        ElementsAre(askedStart(), gate(command.name),
-                                    logged(Kind::Detail, askedPlace(365), "unknown command[%s]",
-                                           std::string("unknown command[") + command.name + "]")));
+                        ElementsAreArray(sequence(
+                            {askedStart(),
+                             gate(command.name),
+                             {logged(Kind::Detail, askedPlace(365), "unknown command[%s]",
+                                     std::string("unknown command[") + command.name + "]")}})));
         }
     }
 }

@@ -41,24 +41,40 @@ inline EventMatcher asked(const std::string& privilegeIdentifier) {
                   "GenericSyncCall(check_ace_privilege, \"" + privilegeIdentifier + "\")");
 }
 
-inline EventMatcher gate(const std::string& command) {
-    return logged(Kind::Detail, handlerPlace("m_CheckPrivilege"), "check %s privilege",
-                  "check " + command + " privilege");
+/// What a handler's function says when it opens its scope for call tracing.
+///
+/// @param line  of the first of the two lines.
+inline EventMatchers scope(const char* function, int line) {
+    return {logged(Kind::Flow, handlerPlace(function, line),
+                   std::string("NDL-HT running : ") + function),
+            logged(Kind::Flow, handlerPlace(function, line + 2), "NDL-HT done")};
 }
 
-inline EventMatcher postedStart() {
-    return logged(Kind::Flow, postedPlace(107), "HandleMessageImpl SSO start");
+/// The gate, asked for a name that is no command.
+inline EventMatchers gateForNoCommand() { return scope("m_CheckPrivilege", 584); }
+
+inline EventMatchers gate(const std::string& command) {
+    return sequence({gateForNoCommand(),
+                     {logged(Kind::Detail, handlerPlace("m_CheckPrivilege"), "check %s privilege",
+                             "check " + command + " privilege")}});
+}
+
+inline EventMatchers postedStart() {
+    return sequence({{logged(Kind::Flow, postedPlace(107), "HandleMessageImpl SSO start")},
+                     scope("HandleMessageImpl", 108)});
 }
 inline EventMatcher postedEnd() {
     return logged(Kind::Flow, postedPlace(278), "HandleMessageImpl end");
 }
-inline EventMatcher askedStart() {
-    return logged(Kind::Flow, askedPlace(284), "HandleBlockingMessageImpl start");
+inline EventMatchers askedStart() {
+    return sequence({{logged(Kind::Flow, askedPlace(284), "HandleBlockingMessageImpl start")},
+                     scope("HandleBlockingMessageImpl", 285)});
 }
 
 /// A blocking request up to where its command begins.
 inline EventMatchers askedFor(const std::string& command, int line) {
-    return {askedStart(), gate(command), logged(Kind::Detail, askedPlace(line), command)};
+    return sequence(
+        {askedStart(), gate(command), {logged(Kind::Detail, askedPlace(line), command)}});
 }
 
 /// m_ResponseData up to where it posts.
@@ -66,13 +82,14 @@ inline EventMatchers responseBegin(const std::string& command, int status,
                                    const std::string& errorName, const std::string& errorMessage) {
     const Place start = handlerPlace("m_ResponseData", 56);
     const Place parameters = handlerPlace("m_ResponseData", 64);
-    return {logged(Kind::Detail, start, "START"),
-            logged(Kind::Detail, parameters,
-                   "responseData START, command [%s], status [%d], errorName [%s], "
-                   "errorMessage [%s], data length [%d]",
-                   "responseData START, command [" + command + "], status [" +
-                       std::to_string(status) + "], errorName [" + errorName + "], errorMessage [" +
-                       errorMessage + "], data length [1]")};
+    return sequence({{logged(Kind::Detail, start, "START")},
+                     scope("m_ResponseData", 57),
+                     {logged(Kind::Detail, parameters,
+                             "responseData START, command [%s], status [%d], errorName [%s], "
+                             "errorMessage [%s], data length [%d]",
+                             "responseData START, command [" + command + "], status [" +
+                                 std::to_string(status) + "], errorName [" + errorName +
+                                 "], errorMessage [" + errorMessage + "], data length [1]")}});
 }
 inline EventMatcher responseEnd() {
     return logged(Kind::Detail, handlerPlace("m_ResponseData", 102), "m_ResponseData END");
@@ -100,17 +117,18 @@ inline EventMatchers droppedResponse(const std::string& command, int status) {
 /// sso_give_proxy.
 inline EventMatchers destruction(const EventMatchers& endedOperations = {}) {
     const Place place = handlerPlace("~CPluginSSOMessageHandler");
-    return sequence(
-        {{called(Supplier::Browser, "Run returned"),
-          logged(Kind::Flow, place, "Destructor called start"),
-          called(Supplier::Configuration,
-                 "vconf_ignore_key_changed(memory/sso/login_status, null)"),
-          called(Supplier::Configuration, "vconf_ignore_key_changed(memory/sso/view_status, null)"),
-          logged(Kind::Flow, place, "give proxy start"),
-          called(Supplier::Library, "sso_give_proxy")},
-         endedOperations,
-         {logged(Kind::Flow, place, "give proxy end"),
-          logged(Kind::Flow, place, "Destructor called end")}});
+    return sequence({{called(Supplier::Browser, "Run returned"),
+                      logged(Kind::Flow, place, "Destructor called start"),
+                      called(Supplier::Configuration,
+                             "vconf_ignore_key_changed(memory/sso/login_status, null)"),
+                      called(Supplier::Configuration,
+                             "vconf_ignore_key_changed(memory/sso/view_status, null)")},
+                     scope("~CPluginSSOMessageHandler", 41),
+                     {logged(Kind::Flow, place, "give proxy start"),
+                      called(Supplier::Library, "sso_give_proxy")},
+                     endedOperations,
+                     {logged(Kind::Flow, place, "give proxy end"),
+                      logged(Kind::Flow, place, "Destructor called end")}});
 }
 
 }  // namespace protocol

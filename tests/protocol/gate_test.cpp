@@ -134,15 +134,19 @@ TEST_F(TheGate, LogsNoGateLineForAnUnknownNameInAnyOrder) {
         m_recorder.clear();
         answersTo(instance, requestOf(name));
         EXPECT_THAT(m_recorder.events(),
-                    ElementsAreArray(sequence({{postedStart(), logged(Kind::Error, postedPlace(133),
-                                                                      "check SSO Privilege fail")},
-                                               response(asPrinted(name), 18, "PrivilegeInvalid",
-                                                        "You do not have the privilege")})));
+                    ElementsAreArray(sequence(
+                        {postedStart(),
+                         gateForNoCommand(),
+                         {logged(Kind::Error, postedPlace(133), "check SSO Privilege fail")},
+                         response(asPrinted(name), 18, "PrivilegeInvalid",
+                                  "You do not have the privilege")})));
         m_recorder.clear();
         replyTo(instance, requestOf(name));
         EXPECT_THAT(m_recorder.events(),
-                    ElementsAre(askedStart(),
-                                logged(Kind::Error, askedPlace(305), "check SSO Privilege fail")));
+                    ElementsAreArray(sequence(
+                        {askedStart(),
+                         gateForNoCommand(),
+                         {logged(Kind::Error, askedPlace(305), "check SSO Privilege fail")}})));
     }
 }
 

@@ -87,10 +87,10 @@ TEST_F(AnInstanceWithoutANumber, PostsNothingAndSaysSoInRed) {
     m_recorder.clear();
     send(Value(7));
     EXPECT_THAT(m_recorder.events(),
-                ElementsAreArray(
-                    sequence({{postedStart(), logged(Kind::Error, postedPlace(117),
-                                                     "The incoming message is invalid")},
-                              unposted("", -1, "paramInvaild", "Incoming message is invalid")})));
+                ElementsAreArray(sequence(
+                    {postedStart(),
+                     {logged(Kind::Error, postedPlace(117), "The incoming message is invalid")},
+                     unposted("", -1, "paramInvaild", "Incoming message is invalid")})));
     EXPECT_EQ(g_registered.posts, 0);
 }
 

@@ -26,15 +26,16 @@ enum {
 // the name of the function it stands in.
 
 /// The course of things.
-#define SSO_LOG_FLOW(text, ...)                                                                 \
-    __dlog_print(SSO_LOG_BUFFER_MAIN, SSO_LOG_PRIORITY_WARNING, kLogTag, SSO_FLOW_FORMAT(text), \
-                 kLogFile, __func__, __VA_ARGS__)
+#define SSO_LOG_FLOW(text, ...) SSO_LOG_FLOW_AS(SSO_FLOW_FORMAT(text), __VA_ARGS__)
 /// What helps to follow it closely.
 #define SSO_LOG_DETAIL(text, ...) SSO_LOG_DETAIL_AS(SSO_DETAIL_FORMAT(text), __VA_ARGS__)
 /// What went wrong.
 #define SSO_LOG_ERROR(text, ...) SSO_LOG_ERROR_IN(__func__, text, __VA_ARGS__)
 
 // For a table that holds the format, or the name of the function that the line is for.
+#define SSO_LOG_FLOW_AS(format, ...)                                                       \
+    __dlog_print(SSO_LOG_BUFFER_MAIN, SSO_LOG_PRIORITY_WARNING, kLogTag, format, kLogFile, \
+                 __func__, __VA_ARGS__)
 #define SSO_LOG_DETAIL_AS(format, ...) SSO_LOG_DETAIL_IN(__func__, format, __VA_ARGS__)
 #define SSO_LOG_DETAIL_IN(function, format, ...)                                                  \
     __dlog_print(SSO_LOG_BUFFER_MAIN, SSO_LOG_PRIORITY_INFO, kLogTag, format, kLogFile, function, \

@@ -5,6 +5,7 @@
 #include "PluginLog.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/module_embedder.h"
+#include "trace/ht_library.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <cassert>
 
 #include "PluginLog.h"
+#include "PluginTrace.h"
 #include "SSOProtocol.h"
 #include "SSOUtil.h"
 #include "extension/extension_system_korvane_wrt.h"
@@ -80,6 +81,23 @@ const CPluginSSOMessageHandler::CommandPrivilege CPluginSSOMessageHandler::kComm
 /// A text and the format of the detail line that says it.
 #define SSO_LOGGED(text) text, SSO_DETAIL_FORMAT(text)
 
+/// A text that is stored into the call's trace once the client library has been called.
+struct TracePoint {
+    const char* logFormat;  // null: there is none
+    int notStartedLine;     // of its log line, by how the call went
+    int startedLine;        // kNoLine: it is not stored then
+    void (*store)(TCScopeContainer* scope);
+};
+
+constexpr int kNoLine = 0;
+constexpr TracePoint kNoTracePoint{nullptr, kNoLine, kNoLine, nullptr};
+
+#define SSO_TRACE_POINT(text, notStartedLine, startedLine)                 \
+    {                                                                      \
+        SSO_FLOW_FORMAT("NDL-HT" text), notStartedLine, startedLine,       \
+            [](TCScopeContainer* scope) { trace::storeText(scope, text); } \
+    }
+
 // A command that starts an operation of the client library; its callback answers later.
 struct CPluginSSOMessageHandler::AsyncCommand {
     const char* name;
@@ -89,6 +107,7 @@ struct CPluginSSOMessageHandler::AsyncCommand {
     const char* read[kMaxKeys];      // whose texts `start` gets, checked or not
     int (*start)(const Texts& texts, CPluginSSOMessageHandler* self);
     const char* failure;  // error message when it could not be started
+    TracePoint tracePoint;
 };
 
 const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCommands[] = {
@@ -99,7 +118,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
          return sso_show(nullptr, 0, texts[0].c_str(), &m_ShowSSOLoginCallBack, self);
      },
-     "show login failed"},
+     "show login failed",
+     SSO_TRACE_POINT("m_ShowSSOLoginCallBack done", 151, 156)},
     {SSO_LOGGED(SSO_COMMAND_CREATE_ACCOUNT),
      161,
      {},
@@ -107,7 +127,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      [](const Texts&, CPluginSSOMessageHandler* self) {
          return sso_show(nullptr, 0, "", &m_ShowCreateAccountCallBack, self);
      },
-     "show login failed"},  // the login page's text: pages know it as this command's
+     "show login failed",  // the login page's text: pages know it as this command's
+     SSO_TRACE_POINT("m_ShowCreateAccountCallBack done", 166, 171)},
     {SSO_LOGGED(SSO_COMMAND_GET_ACCESS_TOKEN),
      176,
      {{SSO_KEY_CLIENT_ID, SSO_MESSAGE_PARAM_INVALID},
@@ -117,7 +138,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
          return sso_request_access_token(texts[0].c_str(), texts[1].c_str(),
                                          &m_RequestAccessTokenCallBack, self);
      },
-     "request access token failed"},
+     "request access token failed",
+     SSO_TRACE_POINT("m_RequestAccessTokenCallBack done", 187, kNoLine)},
     {SSO_LOGGED(SSO_COMMAND_SHOW_TERMS_PAGE),
      194,
      {{SSO_KEY_TERMS_ID, "termsId parameter is invalid"},
@@ -127,7 +149,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
          return sso_show_term_page(texts[0].c_str(), 0, texts[1].c_str(), &m_ShowTermsPageCallBack,
                                    self);
      },
-     "show terms page failed"},
+     "show terms page failed",
+     SSO_TRACE_POINT("m_ShowTermsPageCallBack done", 213, 218)},
     {SSO_LOGGED(SSO_COMMAND_GET_MAPPING_LIST),
      222,
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}},
@@ -136,7 +159,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
          return sso_get_cp_account_mapping_list(texts[0].c_str(), texts[1].c_str(),
                                                 &m_GetPartnerAccountMappingListCallBack, self);
      },
-     "get cp account mapping list failed"},
+     "get cp account mapping list failed",
+     kNoTracePoint},
     {SSO_LOGGED(SSO_COMMAND_ADD_MAPPING),
      238,
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID},
@@ -148,7 +172,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
                                                 texts[2].c_str(),
                                                 &m_AddPartnerAccountMappingInfoCallBack, self);
      },
-     "add cp account mapping info failed"},
+     "add cp account mapping info failed",
+     kNoTracePoint},
     {SSO_LOGGED(SSO_COMMAND_REMOVE_MAPPING),
      256,
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}, {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID}},
@@ -158,7 +183,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
              texts[0].c_str(), texts[1].c_str(), texts[2].c_str(),
              &m_RemovePartnerAccountMappingInfoCallBack, self);
      },
-     "remove cp account mapping info failed"},
+     "remove cp account mapping info failed",
+     SSO_TRACE_POINT("m_RemovePartnerAccountMappingInfoCallBack done", 268, kNoLine)},
 };
 
 // A command that is answered at once.
@@ -224,6 +250,7 @@ CPluginSSOMessageHandler::CPluginSSOMessageHandler(pp::Instance* instance)
         28, m_bPrivilegePartner, m_bPrivilegePlatform, m_bPrivilegePublic,
         static_cast<void*>(instance));
     assert(instance);
+    SSO_TRACE_SCOPE("CPluginSSOMessageHandler", 30, 32);
 }
 
 CPluginSSOMessageHandler::~CPluginSSOMessageHandler() {
@@ -232,6 +259,7 @@ CPluginSSOMessageHandler::~CPluginSSOMessageHandler() {
     // Nobody here subscribes to these keys; whoever did in this process is withdrawn.
     vconf_ignore_key_changed("memory/sso/login_status", nullptr);
     vconf_ignore_key_changed("memory/sso/view_status", nullptr);
+    SSO_TRACE_SCOPE("~CPluginSSOMessageHandler", 41, 43);
     SSO_LOG_FLOW("give proxy start", 45);
     sso_give_proxy();
     SSO_LOG_FLOW("give proxy end", 47);
@@ -239,6 +267,7 @@ CPluginSSOMessageHandler::~CPluginSSOMessageHandler() {
 }
 
 void CPluginSSOMessageHandler::Register() {
+    SSO_TRACE_SCOPE("Register", 376, 378);
     if (m_poInstance->RegisterMessageHandler(this, pp::MessageLoop::GetCurrent()) != PP_OK) {
         // A flow line, unlike other failures: who reads the log looks for it there.
         SSO_LOG_FLOW("Error while registering MessageHandler", 379);
@@ -247,11 +276,13 @@ void CPluginSSOMessageHandler::Register() {
 
 void CPluginSSOMessageHandler::WasUnregistered(pp::InstanceHandle instance) {
     SSO_LOG_FLOW("WasUnregistered", 385);
+    SSO_TRACE_SCOPE("WasUnregistered", 386, 388);
     pp::Instance(instance.pp_instance()).PostMessage(pp::Var("Unregister"));
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): its own copy of the command
 bool CPluginSSOMessageHandler::m_CheckPrivilege(std::string command) {
+    SSO_TRACE_SCOPE("m_CheckPrivilege", 584, 586);
     const CommandPrivilege* privilege = findCommand(kCommandPrivileges, command);
     if (privilege == nullptr) {
         return false;
@@ -266,6 +297,7 @@ void CPluginSSOMessageHandler::m_ResponseData(std::string command, int status,
                                               std::string* data, pp::Var* dataVar, int count) {
     // NOLINTEND(performance-unnecessary-value-param)
     SSO_LOG_DETAIL("START", 56);
+    SSO_TRACE_SCOPE("m_ResponseData", 57, 59);
     pp::VarDictionary response;
     SSO_LOG_DETAIL(
         "responseData START, command [%s], status [%d], errorName [%s], errorMessage [%s], data "
@@ -303,6 +335,7 @@ void CPluginSSOMessageHandler::m_ResponseData(std::string command, int status,
 void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
                                                  const pp::Var& message) {
     SSO_LOG_FLOW("HandleMessageImpl SSO start", 107);
+    SSO_TRACE_SCOPE("HandleMessageImpl", 108, 110);
     // An instance object stands for the page while its message is handled; nothing reads it.
     const pp::Instance page(instance.pp_instance());
     pp::Var noData{pp::Var::Null()};
@@ -348,7 +381,13 @@ void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
         // A key that is missing or no string reads as the empty text.
         texts[i] = request.Get(row->read[i]).AsString();
     }
-    if (row->start(texts, this) == kNotStarted) {
+    const bool isStarted = row->start(texts, this) != kNotStarted;
+    const int traceLine = isStarted ? row->tracePoint.startedLine : row->tracePoint.notStartedLine;
+    if (traceLine != kNoLine) {
+        row->tracePoint.store(&htScope);
+        SSO_LOG_FLOW_AS(row->tracePoint.logFormat, traceLine);
+    }
+    if (!isStarted) {
         refuse(command, SSO_STATUS_FAILED, "error", row->failure);
         return;
     }
@@ -358,6 +397,7 @@ void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
 pp::Var CPluginSSOMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle instance,
                                                             const pp::Var& message) {
     SSO_LOG_FLOW("HandleBlockingMessageImpl start", 284);
+    SSO_TRACE_SCOPE("HandleBlockingMessageImpl", 285, 287);
     // As in HandleMessageImpl.
     const pp::Instance page(instance.pp_instance());
     if (!message.is_dictionary()) {
@@ -432,12 +472,14 @@ int CPluginSSOMessageHandler::complete(const Completion& completion, void* userD
 }
 
 int CPluginSSOMessageHandler::m_ShowSSOLoginCallBack(void* userData, int, sso_popup_state_e state) {
+    SSO_TRACE_SCOPE("m_ShowSSOLoginCallBack", 409, 411);
     return complete({__func__, nullptr, 0, 414, SSO_COMMAND_SHOW_LOGIN_PAGE, SSO_KEY_STATE},
                     userData, state);
 }
 
 int CPluginSSOMessageHandler::m_ShowTermsPageCallBack(void* userData, int,
                                                       sso_popup_state_e state) {
+    SSO_TRACE_SCOPE("m_ShowTermsPageCallBack", 424, 426);
     return complete({__func__, SSO_DETAIL_FORMAT("m_ShowTermsPageCallBack"), 428, 438,
                      SSO_COMMAND_SHOW_TERMS_PAGE, SSO_KEY_STATE},
                     userData, state);
@@ -445,11 +487,13 @@ int CPluginSSOMessageHandler::m_ShowTermsPageCallBack(void* userData, int,
 
 int CPluginSSOMessageHandler::m_ShowCreateAccountCallBack(void* userData, int,
                                                           sso_popup_state_e state) {
+    SSO_TRACE_SCOPE("m_ShowCreateAccountCallBack", 457, 459);
     return complete({__func__, nullptr, 0, 462, SSO_COMMAND_CREATE_ACCOUNT, SSO_KEY_STATE},
                     userData, state);
 }
 
 int CPluginSSOMessageHandler::m_RequestAccessTokenCallBack(void* userData, int, char* token) {
+    SSO_TRACE_SCOPE("m_RequestAccessTokenCallBack", 472, 474);
     return complete({__func__, SSO_DETAIL_FORMAT("m_RequestAccessTokenCallBack"), 476, 493,
                      SSO_COMMAND_GET_ACCESS_TOKEN, SSO_KEY_TOKEN},
                     userData, token);
@@ -457,12 +501,14 @@ int CPluginSSOMessageHandler::m_RequestAccessTokenCallBack(void* userData, int, 
 
 int CPluginSSOMessageHandler::m_GetPartnerAccountMappingListCallBack(void* userData, int,
                                                                      char* list) {
+    SSO_TRACE_SCOPE("m_GetPartnerAccountMappingListCallBack", 503, 505);
     return complete({__func__, SSO_DETAIL_FORMAT("m_GetPartnerAccountMappingListCallBack"), 507,
                      524, SSO_COMMAND_GET_MAPPING_LIST, SSO_KEY_MAPPING_LIST},
                     userData, list);
 }
 
 int CPluginSSOMessageHandler::m_AddPartnerAccountMappingInfoCallBack(void* userData, int result) {
+    SSO_TRACE_SCOPE("m_AddPartnerAccountMappingInfoCallBack", 534, 536);
     return complete({__func__, SSO_DETAIL_FORMAT("m_AddPartnerAccountMappingInfoCallBack"), 538,
                      548, SSO_COMMAND_ADD_MAPPING, SSO_KEY_RESULT},
                     userData, result);
@@ -470,6 +516,7 @@ int CPluginSSOMessageHandler::m_AddPartnerAccountMappingInfoCallBack(void* userD
 
 int CPluginSSOMessageHandler::m_RemovePartnerAccountMappingInfoCallBack(void* userData,
                                                                         int result) {
+    SSO_TRACE_SCOPE("m_RemovePartnerAccountMappingInfoCallBack", 558, 560);
     return complete({__func__, SSO_DETAIL_FORMAT("m_RemovePartnerAccountMappingInfoCallBack"), 562,
                      572, SSO_COMMAND_REMOVE_MAPPING, SSO_KEY_RESULT},
                     userData, result);

@@ -134,6 +134,8 @@ TEST_F(AHandler, PostsAnAnswerWithEveryPart) {
     EXPECT_THAT(
         takeLog(),
         ElementsAre(line(0, 4, "m_ResponseData", 56, kYellow, "START"),
+                    line(0, 5, "m_ResponseData", 57, kGreen, "NDL-HT running : m_ResponseData"),
+                    line(0, 5, "m_ResponseData", 59, kGreen, "NDL-HT done"),
                     line(0, 4, "m_ResponseData", 64, kYellow,
                          "responseData START, command [command], status [18], errorName [name], "
                          "errorMessage [message], data length [1]"),
@@ -215,14 +217,17 @@ TEST_F(AHandler, ReadsNoEntryBeyondTheCount) {
 TEST_F(AHandler, OfInstanceNumberZeroPostsNothing) {
     handler(0).respond("command", 0, "", "", nullptr, {}, 0);
     EXPECT_THAT(posted(), IsEmpty());
-    EXPECT_THAT(takeLog(),
-                ElementsAre(line(0, 4, "m_ResponseData", 56, kYellow, "START"),
-                            line(0, 4, "m_ResponseData", 64, kYellow,
-                                 "responseData START, command [command], status [0], errorName [], "
-                                 "errorMessage [], data length [0]"),
-                            line(2, 5, "m_ResponseData", 97, kRed,
-                                 "m_poInstance->pp_instance() is null didn't called PostMessage"),
-                            line(0, 4, "m_ResponseData", 102, kYellow, "m_ResponseData END")));
+    EXPECT_THAT(
+        takeLog(),
+        ElementsAre(line(0, 4, "m_ResponseData", 56, kYellow, "START"),
+                    line(0, 5, "m_ResponseData", 57, kGreen, "NDL-HT running : m_ResponseData"),
+                    line(0, 5, "m_ResponseData", 59, kGreen, "NDL-HT done"),
+                    line(0, 4, "m_ResponseData", 64, kYellow,
+                         "responseData START, command [command], status [0], errorName [], "
+                         "errorMessage [], data length [0]"),
+                    line(2, 5, "m_ResponseData", 97, kRed,
+                         "m_poInstance->pp_instance() is null didn't called PostMessage"),
+                    line(0, 4, "m_ResponseData", 102, kYellow, "m_ResponseData END")));
 }
 
 TEST_F(AHandler, RegistersOnTheLoopOfTheCallingThread) {
@@ -235,8 +240,11 @@ TEST_F(AHandler, RegistersOnTheLoopOfTheCallingThread) {
     EXPECT_EQ(registrations.back().instance, m_page);
     EXPECT_EQ(registrations.back().result, -52);
     EXPECT_NE(registrations.back().loop, 0);
-    EXPECT_THAT(takeLog(), ElementsAre(line(0, 5, "Register", 379, kGreen,
-                                            "Error while registering MessageHandler")));
+    EXPECT_THAT(
+        takeLog(),
+        ElementsAre(line(0, 5, "Register", 376, kGreen, "NDL-HT running : Register"),
+                    line(0, 5, "Register", 378, kGreen, "NDL-HT done"),
+                    line(0, 5, "Register", 379, kGreen, "Error while registering MessageHandler")));
 }
 
 TEST_F(AHandler, OnceRegisteredAnswersOnThatThread) {
@@ -285,8 +293,11 @@ TEST_F(AHandler, WithoutALoopOnTheThreadIsNotRegistered) {
     m_handler->registerOnThisThread();
     EXPECT_EQ(m_probe.host().registrations().back().loop, 0);
     EXPECT_EQ(m_probe.host().registrations().back().result, -5);
-    EXPECT_THAT(takeLog(), ElementsAre(line(0, 5, "Register", 379, kGreen,
-                                            "Error while registering MessageHandler")));
+    EXPECT_THAT(
+        takeLog(),
+        ElementsAre(line(0, 5, "Register", 376, kGreen, "NDL-HT running : Register"),
+                    line(0, 5, "Register", 378, kGreen, "NDL-HT done"),
+                    line(0, 5, "Register", 379, kGreen, "Error while registering MessageHandler")));
 }
 
 TEST_F(AHandler, IsRegisteredByTheThreadFunctionToo) {
@@ -295,8 +306,11 @@ TEST_F(AHandler, IsRegisteredByTheThreadFunctionToo) {
     m_probe.host().runOnMain([&] { m_probe->callThreadFunction(m_page); });
     ASSERT_EQ(m_probe.host().registrations().size(), before + 1);
     EXPECT_EQ(m_probe.host().registrations().back().instance, m_page);
-    EXPECT_THAT(takeLog(), ElementsAre(line(0, 5, "Register", 379, kGreen,
-                                            "Error while registering MessageHandler")));
+    EXPECT_THAT(
+        takeLog(),
+        ElementsAre(line(0, 5, "Register", 376, kGreen, "NDL-HT running : Register"),
+                    line(0, 5, "Register", 378, kGreen, "NDL-HT done"),
+                    line(0, 5, "Register", 379, kGreen, "Error while registering MessageHandler")));
 }
 
 TEST_F(AHandler, WithoutAnInstanceStopsTheProcessAfterItsQuestions) {

@@ -1,0 +1,151 @@
+// What call tracing compiles into the plug-in, read from the built object.
+
+#include <cxxabi.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <regex>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "elf_file.h"
+#include "module_path.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+
+/// The text as it is when it is no mangled name.
+std::string demangled(const std::string& name) {
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        abi::__cxa_demangle(name.c_str(), nullptr, nullptr, nullptr), &std::free);
+    return text != nullptr ? text.get() : name;
+}
+
+/// A place of the plug-in's handler: the function, without its class, and the line.
+using Places = std::set<std::pair<std::string, int>>;
+
+const Places kPlaces = {
+    {"CPluginSSOMessageHandler", 30},
+    {"~CPluginSSOMessageHandler", 41},
+    {"m_ResponseData", 57},
+    {"HandleMessageImpl", 108},
+    {"HandleBlockingMessageImpl", 285},
+    {"Register", 376},
+    {"WasUnregistered", 386},
+    {"m_ShowSSOLoginCallBack", 409},
+    {"m_ShowTermsPageCallBack", 424},
+    {"m_ShowCreateAccountCallBack", 457},
+    {"m_RequestAccessTokenCallBack", 472},
+    {"m_GetPartnerAccountMappingListCallBack", 503},
+    {"m_AddPartnerAccountMappingInfoCallBack", 534},
+    {"m_RemovePartnerAccountMappingInfoCallBack", 558},
+    {"m_CheckPrivilege", 584},
+};
+
+class TheTracedPlugin : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (m_elf.isStripped()) {
+            FAIL() << "there is no symbol table: " << support::modulePath() << " is stripped";
+        }
+    }
+
+    /// The sizes of the literals that a function template of the scope is instantiated for.
+    std::set<int> sizesOf(const std::string& function, const std::string& value) const {
+        const std::regex instance("void TCScopeContainer::" + function +
+                                  R"(<char const \[(\d+)\]>\(ht::TSCallItemHelper\*, )" + value +
+                                  R"( const\*\))");
+        std::set<int> sizes;
+        for (const std::string& symbol : m_elf.symbols()) {
+            std::smatch match;
+            const std::string name = demangled(symbol);
+            if (std::regex_match(name, match, instance)) {
+                sizes.insert(std::stoi(match[1]));
+            }
+        }
+        return sizes;
+    }
+
+    /// The static variables of traced functions that are named `prefix` and the place's line, by
+    /// their mangled names.
+    std::map<std::string, std::pair<std::string, int>> placesNamed(
+        const std::string& prefix) const {
+        const std::regex variable(R"(CPluginSSOMessageHandler::([\w~]+)\(.*\)::)" + prefix +
+                                  R"((\d+))");
+        std::map<std::string, std::pair<std::string, int>> found;
+        for (const std::string& symbol : m_elf.symbols()) {
+            std::smatch match;
+            const std::string name = demangled(symbol);
+            if (std::regex_match(name, match, variable)) {
+                found[symbol] = {match[1], std::stoi(match[2])};
+            }
+        }
+        return found;
+    }
+
+    /// How often a function is on a list that the loader runs.
+    std::ptrdiff_t timesListed(const std::string& function, const std::string& list) const {
+        const auto functions = m_elf.functionList(list);
+        return std::count_if(functions.begin(), functions.end(),
+                             [&](const auto& names) { return names.count(function) != 0; });
+    }
+
+    const elf::ElfFile m_elf{support::modulePath()};
+};
+
+Places valuesOf(const std::map<std::string, std::pair<std::string, int>>& found) {
+    Places places;
+    for (const auto& [symbol, place] : found) {
+        EXPECT_TRUE(places.insert(place).second) << symbol << " is there twice";
+    }
+    return places;
+}
+
+TEST_F(TheTracedPlugin, HasAFormatterForEachSizeOfText) {
+    EXPECT_THAT(sizesOf("m_VoidToType", "void"),
+                ElementsAre(9, 15, 16, 17, 18, 23, 24, 25, 26, 28, 29, 33, 34, 39, 42, 47));
+}
+
+TEST_F(TheTracedPlugin, StoresInAFunctionOfItsOwnOnlyWhatComesInTheMiddle) {
+    EXPECT_THAT(sizesOf("m_Store", "char"), ElementsAre(28, 29, 33, 34, 47));
+}
+
+TEST_F(TheTracedPlugin, HasARecordOfEachPlace) {
+    EXPECT_EQ(valuesOf(placesNamed("htCodeLocation")), kPlaces);
+}
+
+TEST_F(TheTracedPlugin, HasANumberForEachPlace) {
+    EXPECT_EQ(valuesOf(placesNamed("htID")), kPlaces);
+}
+
+TEST_F(TheTracedPlugin, BuildsItsRecordsButForThePointerToTheSwitch) {
+    constexpr uint64_t kId = 24;
+    constexpr uint64_t kEnabled = 32;
+    const auto numbers = placesNamed("htID");
+    for (const auto& [record, place] : placesNamed("htCodeLocation")) {
+        SCOPED_TRACE(place.first);
+        const std::set<std::string> id = m_elf.pointee(record, kId);
+        ASSERT_EQ(id.size(), 1U);
+        ASSERT_EQ(numbers.count(*id.begin()), 1U) << *id.begin();
+        EXPECT_EQ(numbers.at(*id.begin()), place);
+        EXPECT_EQ(m_elf.pointee(record, kEnabled), std::set<std::string>());
+    }
+}
+
+TEST_F(TheTracedPlugin, ListsItsRegistrationForBothOfItsTracedFiles) {
+    EXPECT_EQ(timesListed("_Z15HtLibHelperInitv", ".init_array"), 2);
+}
+
+TEST_F(TheTracedPlugin, ListsItsDeregistrationForBothOfItsTracedFiles) {
+    EXPECT_EQ(timesListed("_Z17HtLibHelperDeinitv", ".fini_array"), 2);
+}
+
+}  // namespace

@@ -1,0 +1,95 @@
+// Call tracing of the plug-in in the real browser, which loads it in one process and runs it in another.
+
+#include <filesystem>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "browser_test.h"
+#include "trace_reader.h"
+
+namespace {
+
+using support::TraceReader;
+
+class TracingInTheBrowser : public browser::BrowserTest {
+  protected:
+    static constexpr char kVisit[] = R"js(
+        const plugin = new Embedding();
+        const seen = [plugin.call({ command: "sso_plugin_getVersion" })];
+        for (const message of [{ command: "sso_plugin_createAccount" }, 7,
+                               { command: "sso_plugin_show_login_page", data: "x" }]) {
+            seen.push(await plugin.ask(message));
+        }
+        return seen;
+    )js";
+
+    Json visit(const std::string& traceFile = "") {
+        support::ProcessOptions options;
+        options.environment.push_back("HT_TRACE=" + traceFile);
+        return runScript(kVisit, {"--grant", "partner"}, options);
+    }
+};
+
+TEST_F(TracingInTheBrowser, HasOneFileAndChangesNothing) {
+    const support::TemporaryFolder folder;
+    const Json without = visit();
+    const Json with = visit(folder.path("trace.json"));
+    EXPECT_EQ(with, without);
+    EXPECT_EQ(with.size(), 4U);
+
+    std::set<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path(""))) {
+        files.insert(entry.path().filename());
+    }
+    EXPECT_EQ(files, std::set<std::string>{"trace.json"}) << "one process only runs the plug-in";
+
+    const TraceReader trace(folder.path("trace.json"));
+    const std::string name = "CPluginSSOMessageHandler::";
+    EXPECT_EQ(trace.count(name + "CPluginSSOMessageHandler"), 1U);
+    EXPECT_EQ(trace.count(name + "HandleBlockingMessageImpl"), 1U);
+    EXPECT_EQ(trace.count(name + "HandleMessageImpl"), 3U);
+    EXPECT_EQ(trace.count(name + "m_ShowSSOLoginCallBack"), 1U);
+    EXPECT_EQ(trace.count(name + "m_ShowCreateAccountCallBack"), 1U);
+    EXPECT_EQ(trace.count(name + "m_ResponseData"), 3U);
+    EXPECT_THAT(trace.threadNames(), ::testing::IsSupersetOf({"qpp.sso", "sso-api"}));
+    EXPECT_EQ(trace.threads().size(), 3U);  // main, worker, client library
+    trace.expectProperNesting();
+}
+
+/// The lines of the plug-in's log, as "file: function(line) > text".
+std::vector<std::string> logLines(const std::string& errors) {
+    static const std::regex line(R"((\w+: ~?\w+\(\d+\) > .*))");
+    static const std::regex address("0x[0-9a-f]+");
+    std::vector<std::string> lines;
+    for (std::sregex_iterator match(errors.begin(), errors.end(), line), end; match != end;
+         ++match) {
+        lines.push_back(std::regex_replace(match->str(), address, "address"));
+    }
+    return lines;
+}
+
+TEST_F(TracingInTheBrowser, ChangesNoLineOfTheLog) {
+    const std::string script = m_folder.write("visit.js", kVisit);
+    const auto log = [&](const std::string& traceFile) {
+        support::ProcessOptions options;
+        options.environment.push_back("HT_TRACE=" + traceFile);
+        const auto result = runBrowser({SSO_TEST_PAGE, "--grant", "partner", "--log",
+                                        "--run-script", script, "--quit-after", "0"},
+                                       options);
+        EXPECT_EQ(result.exitCode, 0) << result.errors;
+        return logLines(result.errors);
+    };
+    const std::vector<std::string> without = log("");
+    EXPECT_THAT(without, ::testing::IsSupersetOf(
+                             {"PluginSSOMessageHandle: HandleBlockingMessageImpl(285) > "
+                              "\033[0;32mNDL-HT running : HandleBlockingMessageImpl\033[0;m",
+                              "PluginSSOMessageHandle: HandleBlockingMessageImpl(287) > "
+                              "\033[0;32mNDL-HT done\033[0;m",
+                              "PluginSSOMessageHandle: HandleMessageImpl(156) > "
+                              "\033[0;32mNDL-HTm_ShowSSOLoginCallBack done\033[0;m"}));
+    EXPECT_EQ(log(m_folder.path("trace.json")), without);
+}
+
+}  // namespace

@@ -1,0 +1,47 @@
+#ifndef TRACE_HT_SCOPE_H_
+#define TRACE_HT_SCOPE_H_
+
+// Scopes of traced functions, and texts that are stored in the middle of one. They change nothing of
+// what the function does, and cost no allocation unless the service wants to know.
+
+#include "trace/ht_library.h"
+#include "trace/ht_store.h"
+
+/// Opens the enclosing function's scope and stores `text`, a literal, into its item. The scope is
+/// `container`, and ends with the enclosing block.
+///
+/// @param line  a number literal: the place's line, which its record is named after.
+#define HT_SCOPE(container, line, text)                                                 \
+    static int htID##line = 0;                                                          \
+    static TSCodeLocation htCodeLocation##line = {__FILE__, line, __PRETTY_FUNCTION__,  \
+                                                  &htID##line, nullptr};                \
+    /* Filled once, by the thread that comes first; any other waits for it. */          \
+    [[maybe_unused]] static int* const htEnabled##line = htCodeLocation##line.enabled = \
+        HtLibEnabled();                                                                 \
+    TCScopeContainer container(htCodeLocation##line);                                   \
+    trace::storeName(&container, text)
+
+namespace trace {
+
+template <std::size_t size>
+[[gnu::always_inline]] inline void storeName(TCScopeContainer* container,
+                                             const char (&name)[size]) {
+    const TCScopeHandler handler = TCScopeHandler::Instance(*container);
+    if (handler.item()->active) {
+        storeInPlace<const char[size]>(container, handler.item(), name);
+    }
+}
+
+/// Stores a further text into the item of a scope.
+template <std::size_t size>
+[[gnu::always_inline]] inline void storeText(TCScopeContainer* container,
+                                             const char (&text)[size]) {
+    const TCScopeHandler handler = TCScopeHandler::Instance(*container);
+    if (handler.item()->active) {
+        container->m_Store<const char[size]>(handler.item(), text);
+    }
+}
+
+}  // namespace trace
+
+#endif
