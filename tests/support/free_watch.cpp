@@ -78,8 +78,8 @@ const int kInstalled = __sanitizer_install_malloc_and_free_hooks(
 #else
 
 extern "C" void __libc_free(void* block);
-// The program's own definition comes before the C library's, for all modules.
-extern "C" void free(void* block) noexcept {
+// The program's own definition comes before the C library's, for all modules that can see it.
+extern "C" [[gnu::visibility("default")]] void free(void* block) noexcept {
     support::released(block);
     __libc_free(block);
 }

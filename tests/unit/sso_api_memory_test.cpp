@@ -25,13 +25,14 @@ bool isThereMemory() {
 }  // namespace
 
 // Takes the place of the process's allocation for C++, that of the library included.
-void* operator new(std::size_t size) {
+// Not inlined: the compiler would think that free() gets what its own allocation gave.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     void* memory = isThereMemory() ? std::malloc(size) : nullptr;
     if (memory == nullptr) throw std::bad_alloc();
     return memory;
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 

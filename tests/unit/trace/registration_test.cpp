@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 
@@ -12,17 +13,18 @@
 
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::ExitedWithCode;
 using ::testing::HasSubstr;
 
 /// A registration of the library's cell as '+', a deregistration as '-', any other cell's as '?'.
 /// Plain memory, since it is written before main() and read after it.
 char g_told[16];
+int g_enabledAtFirst = -1;
 bool g_reportsAtExit;
 
 /// Before the library's own entries.
 [[gnu::constructor(101)]] void beginWatching() {
+    g_enabledAtFirst = *HtLibEnabled();
     ht_control_set_registration_observer(
         [](int* enabled, bool isThere, void*) {
             static std::size_t count = 0;
@@ -57,6 +59,8 @@ TEST(ALoadedLibrary, DoesNotRegisterAgain) {
     HtLibHelperInit();
     EXPECT_STREQ(g_told, "+");
 }
+
+TEST(ALoadedLibrary, WasOffBeforeItRegistered) { EXPECT_EQ(g_enabledAtFirst, 0); }
 
 TEST(ALoadedLibrary, IsSwitchedByTheService) {
     ht_control_set_enabled(1);

@@ -265,7 +265,8 @@ TEST_F(AValue, IsKeptWithTheScopeAndTheFormatterOfItsSize) {
     m_scope.m_Store<Literal>(&m_item, value);
     ASSERT_EQ(m_item.formatters.size(), 1U);
     const auto bound = [value](auto formatter, TCScopeContainer* scope) {
-        return boost::bind(formatter, scope, boost::placeholders::_1, value);
+        return boost::bind(formatter, scope, boost::placeholders::_1,
+                           reinterpret_cast<Literal*>(value));
     };
     const Item::Formatter& kept = m_item.formatters[0];
     EXPECT_TRUE(kept.contains(bound(&TCScopeContainer::m_VoidToType<Literal>, &m_scope)));
