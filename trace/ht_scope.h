@@ -19,7 +19,7 @@
     [[maybe_unused]] static int* const htEnabled##line = htCodeLocation##line.enabled = \
         HtLibEnabled();                                                                 \
     TCScopeContainer container(htCodeLocation##line);                                   \
-    trace::storeName(&container, text)
+    trace::storeName(&(container), text)
 
 namespace trace {
 
