@@ -9,9 +9,9 @@
 
 namespace call_trace {
 
-Observer<void (*)(int*, bool, void*)> g_registrationObserver;
-Observer<void (*)(const HtCall*, void*)> g_callObserver;
-Observer<void (*)(const char*, const TSCodeLocation*, void*)> g_stepObserver;
+base::Observer<void (*)(int*, bool, void*)> g_registrationObserver;
+base::Observer<void (*)(const HtCall*, void*)> g_callObserver;
+base::Observer<void (*)(const char*, const TSCodeLocation*, void*)> g_stepObserver;
 
 namespace {
 

@@ -3,16 +3,16 @@
 #include <algorithm>
 #include <new>
 
+#include "base/never_destroyed.h"
 #include "cell.h"
 #include "control.h"
 #include "ht.h"
-#include "never_destroyed.h"
 #include "settings.h"
 
 namespace call_trace {
 
 Libraries& Libraries::instance() {
-    static NeverDestroyed<Libraries> libraries;
+    static base::NeverDestroyed<Libraries> libraries;
     return *libraries;
 }
 

@@ -13,8 +13,8 @@
 #include <string>
 #include <system_error>
 
+#include "base/never_destroyed.h"
 #include "libraries.h"
-#include "never_destroyed.h"
 #include "settings.h"
 #include "trace_event.h"
 #include "trace_file.h"
@@ -30,7 +30,7 @@ struct Recording {
     bool leavesFile = false;  ///< the file is that of the process which this one is a fork of
 };
 
-NeverDestroyed<Recording> g_recording;
+base::NeverDestroyed<Recording> g_recording;
 
 /// trace.json -> trace.4711.json
 std::string withProcessId(const std::string& file) {

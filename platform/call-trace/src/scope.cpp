@@ -1,10 +1,10 @@
 #include "scope.h"
 
+#include "base/never_destroyed.h"
 #include "call.h"
 #include "cell.h"
 #include "control.h"
 #include "ht.h"
-#include "never_destroyed.h"
 
 // What every function of a traced library runs, mostly with tracing off: then it takes no lock, no
 // memory and no time of the clock.
@@ -15,7 +15,7 @@ namespace {
 thread_local std::size_t t_openScopes = 0;
 
 /// The item of all calls that are not traced. Nobody writes to it.
-NeverDestroyed<ht::TSCallItemHelper> g_inactiveItem;
+base::NeverDestroyed<ht::TSCallItemHelper> g_inactiveItem;
 
 void tellStep(const char* step, const TSCodeLocation* location) {
     if (__builtin_expect(g_stepObserver.isSet(), 0)) {

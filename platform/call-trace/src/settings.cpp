@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "never_destroyed.h"
+#include "base/never_destroyed.h"
 
 namespace call_trace {
 namespace {
@@ -20,7 +20,7 @@ Settings read() {
 }  // namespace
 
 const Settings& settings() {
-    static NeverDestroyed<Settings> settings(read());
+    static base::NeverDestroyed<Settings> settings(read());
     return *settings;
 }
 

@@ -1,11 +1,12 @@
-#ifndef CALL_TRACE_NEVER_DESTROYED_H_
-#define CALL_TRACE_NEVER_DESTROYED_H_
+#ifndef BASE_NEVER_DESTROYED_H_
+#define BASE_NEVER_DESTROYED_H_
 
 #include <utility>
 
-namespace call_trace {
+namespace base {
 
-/// A static object that stays when the process ends: functions are traced until the very end.
+/// A static object that stays when the process ends, for those who may come until the very end: the
+/// threads of a module, traced functions.
 template <typename Value>
 class NeverDestroyed {
   public:
@@ -24,6 +25,6 @@ class NeverDestroyed {
     };
 };
 
-}  // namespace call_trace
+}  // namespace base
 
 #endif
