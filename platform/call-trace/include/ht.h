@@ -26,14 +26,11 @@ void ht_register_library(int* enabled);
 void ht_deregister_library(int* enabled);
 }
 
-/** One traced place of a library: static, and as old as the library. */
-struct TSCodeLocation {
-    const char* file;
-    int line;
-    const char* function;  ///< the signature, as the compiler spells it
-    int* id;               ///< the library's; 0 until the service has given the place a number
-    int* enabled;          ///< the library's cell; filled in when the place is reached first
-};
+/** One traced place of a library. The library defines it, in its own trace headers: static, and as old
+ * as the library. In this order it has a file name and a line (const char*, int), the function's
+ * signature (const char*), a number that the service gives the place (int*, 0 until then), and the
+ * library's cell (int*). */
+struct TSCodeLocation;
 
 namespace ht {
 
@@ -82,7 +79,7 @@ class TSDemangler {
  * ends when it goes. */
 class TCScopeContainer {
   public:
-    /// @param location  outlives the scope; its `enabled` is filled in.
+    /// @param location  outlives the scope; its cell is filled in.
     explicit TCScopeContainer(const TSCodeLocation& location);
     ~TCScopeContainer();
     TCScopeContainer(const TCScopeContainer&) = delete;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "control.h"
+#include "place.h"
 #include "recording.h"
 
 namespace call_trace {
@@ -21,7 +22,7 @@ std::int64_t nowNs() {
 }
 
 /// The number of a place, a new one at its first call.
-int numberOf(const TSCodeLocation& location) {
+int numberOf(const Place& location) {
     static std::atomic<int> last = 0;
     int number = __atomic_load_n(location.id, __ATOMIC_RELAXED);
     if (number != 0) {
@@ -84,7 +85,7 @@ Call* beginCall(const TSCodeLocation& location) noexcept {
         auto call = std::make_unique<Call>();
         const HtItemOrders orders = itemOrders();
         call->location = &location;
-        call->place = numberOf(location);
+        call->place = numberOf(placeOf(location));
         call->enclosing = t_current;
         call->depth = t_current != nullptr ? t_current->depth + 1 : 0;
         call->item.active = true;

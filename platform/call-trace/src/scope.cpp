@@ -5,6 +5,7 @@
 #include "cell.h"
 #include "control.h"
 #include "ht.h"
+#include "place.h"
 
 // What every function of a traced library runs, mostly with tracing off: then it takes no lock, no
 // memory and no time of the clock.
@@ -35,7 +36,7 @@ TCScopeContainer::TCScopeContainer(const TSCodeLocation& location)
     : m_location(&location), m_call(nullptr) {
     ++t_openScopes;
     tellStep("container", &location);
-    if (__builtin_expect(readCell(location.enabled), 0)) {
+    if (__builtin_expect(readCell(placeOf(location).enabled), 0)) {
         m_call = beginCall(location);
     }
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "function_name.h"
+#include "place.h"
 
 namespace call_trace {
 namespace {
@@ -55,7 +56,7 @@ std::string nameEvent(const EventSource& source, const char* subject, const char
 }
 
 std::string callEvent(const EventSource& source, const Call& call) {
-    const TSCodeLocation& location = *call.location;
+    const Place& location = placeOf(*call.location);
     Json arguments = {{"file", location.file},
                       {"line", location.line},
                       {"signature", location.function},

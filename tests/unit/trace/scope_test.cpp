@@ -65,6 +65,11 @@ class TracedClass {
         throw std::logic_error("of the traced function");
     }
 
+    void goOn() const noexcept {
+        HT_SCOPE_NOTHROW(htScope, 43, "goOn");
+        m_steps->emplace_back("went on");
+    }
+
     int addTwice(int number) const {
         HT_SCOPE(htScope, 108, "addTwice");
         return add(add(number, Step::Once), Step::Twice);
@@ -405,6 +410,12 @@ TEST_P(Scopes, EndInTheReverseOrder) {
                             "two are open", "~container 287", "~container 285"));
 }
 
+TEST_P(Scopes, LastUntilAFunctionReturnsThatMustNotThrow) {
+    object().goOn();
+    EXPECT_THAT(m_steps, ElementsAre("container 43", "handler 43", "~handler 43", "went on",
+                                     "~container 43"));
+}
+
 TEST_P(Scopes, EndWhenAnExceptionPasses) {
     const TracedClass& failing = object();
     EXPECT_THROW(failing.fail(), std::logic_error);
@@ -466,6 +477,20 @@ TEST_F(AFailingWrite, EndsTheScopeInWhoseMiddleItIsGivenAText) {
                                     "handler 386", "~handler 386", "~container 386"));
     ASSERT_EQ(m_ended.size(), 1U);
     EXPECT_EQ(m_ended[0].texts, Texts{"storeInTheMiddle"});
+}
+
+TEST_F(AFailingWrite, EndsTheScopeOfAFunctionThatMustNotThrowAndLetsItGoOn) {
+    const TracedClass object(m_steps);
+    ht_control_set_enabled(1);
+    setFlags(1);
+    watchSteps();
+    m_steps.clear();
+    ht_control_set_failing_write(1);
+    object.goOn();
+    EXPECT_THAT(m_steps, ElementsAre("container 43", "handler 43", "~handler 43", "~container 43",
+                                     "went on"));
+    ASSERT_EQ(m_ended.size(), 1U);
+    EXPECT_EQ(m_ended[0].texts, Texts{});
 }
 
 TEST_F(AFailingWrite, EndsTheEnclosingScopesToo) {

@@ -4,22 +4,39 @@
 // Scopes of traced functions, and texts that are stored in the middle of one. They change nothing of
 // what the function does, and cost no allocation unless the service wants to know.
 
+#include <optional>
+
 #include "trace/ht_library.h"
+#include "trace/ht_location.h"
 #include "trace/ht_store.h"
 
-/// Opens the enclosing function's scope and stores `text`, a literal, into its item. The scope is
-/// `container`, and ends with the enclosing block.
+/// Defines the record of the enclosing function's place, named after its line.
 ///
-/// @param line  a number literal: the place's line, which its record is named after.
-#define HT_SCOPE(container, line, text)                                                 \
+/// @param line  a number literal.
+#define HT_LOCATION(line)                                                               \
     static int htID##line = 0;                                                          \
     static TSCodeLocation htCodeLocation##line = {__FILE__, line, __PRETTY_FUNCTION__,  \
                                                   &htID##line, nullptr};                \
     /* Filled once, by the thread that comes first; any other waits for it. */          \
     [[maybe_unused]] static int* const htEnabled##line = htCodeLocation##line.enabled = \
-        HtLibEnabled();                                                                 \
-    TCScopeContainer container(htCodeLocation##line);                                   \
+        HtLibEnabled()
+
+/// Opens the enclosing function's scope and stores `text`, a literal, into its item. The scope is
+/// `container`, and ends with the enclosing block. What the service throws passes once the scope has
+/// ended.
+///
+/// @param line  a number literal: the place's line, which its record is named after.
+#define HT_SCOPE(container, line, text)               \
+    HT_LOCATION(line);                                \
+    TCScopeContainer container(htCodeLocation##line); \
     trace::storeName(&(container), text)
+
+/// HT_SCOPE() of a function that must not throw: when the service throws, the scope ends at once, and
+/// the function goes on without it.
+#define HT_SCOPE_NOTHROW(container, line, text) \
+    HT_LOCATION(line);                          \
+    std::optional<TCScopeContainer> container;  \
+    trace::openOrLeave(&(container), htCodeLocation##line, text)
 
 namespace trace {
 
@@ -29,6 +46,17 @@ template <std::size_t size>
     const TCScopeHandler handler = TCScopeHandler::Instance(*container);
     if (handler.item()->active) {
         storeInPlace<const char[size]>(container, handler.item(), name);
+    }
+}
+
+template <std::size_t size>
+[[gnu::always_inline]] inline void openOrLeave(std::optional<TCScopeContainer>* container,
+                                               const TSCodeLocation& location,
+                                               const char (&name)[size]) noexcept {
+    try {
+        storeName(&container->emplace(location), name);
+    } catch (...) {  // tracing is not worth the process
+        container->reset();
     }
 }
 

@@ -1,0 +1,14 @@
+#ifndef TRACE_HT_LOCATION_H_
+#define TRACE_HT_LOCATION_H_
+
+/// What the service is told of a traced place. It reads the members by their places in the record, so
+/// their order and types stay.
+struct TSCodeLocation {
+    const char* file;
+    int line;
+    const char* function;  ///< the signature, as the compiler spells it
+    int* id;               ///< the service's number of the place, 0 until it has one
+    int* enabled;          ///< this library's cell; filled in when the place is reached first
+};
+
+#endif
