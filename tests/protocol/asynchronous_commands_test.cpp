@@ -3,11 +3,13 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cctype>
 #include <climits>
 #include <set>
 
 #include "asynchronous_commands.h"
+#include "free_watch.h"
 #include "request_texts.h"
 
 namespace protocol {
@@ -293,6 +295,47 @@ TEST_F(AKeyThatIsOnlyRead, IsAnEmptyTextUnlessItIsOne) {
     }
     EXPECT_THAT(names, ElementsAre("sso_plugin_getPartnerAccountMappingList cpName",
                                    "sso_plugin_removePartnerAccountMappingInfo cpUID"));
+}
+
+// The client library copies what it keeps. A secret, above all, is gone before anything else happens.
+TEST_F(AnAsynchronousCommand, ReleasesTheTextsOfTheRequestRightAfterTheCall) {
+    const PP_Instance instance = embedWith(support::kPartner);
+    m_recorder.setHook([this](const Event& event) {
+        if (event.supplier != Supplier::Library) return;
+        const support::LibraryCall call = m_recorder.libraryCalls().back();
+        for (const void* block : call.textBlocks) {
+            support::watchFree(
+                block,
+                [](const void*, void* recorder) {
+                    static_cast<support::Recorder*>(recorder)->record(Supplier::Memory,
+                                                                      "a text of the request");
+                },
+                &m_recorder);
+        }
+    });
+    for (const int result : {-1, 0}) {
+        sso_api_control_set_start_result(result);
+        for (const AsynchronousCommand& command : kAsynchronousCommands) {
+            SCOPED_TRACE(std::string(command.name) + " " + std::to_string(result));
+            if (command.keys.empty()) continue;  // its one text is a literal
+            Value::Dictionary request{{"command", command.name}};
+            // Long, so that none of them is kept inside its object.
+            for (const Key& key : command.keys) request[key.name] = std::string(100, 'x');
+            m_recorder.clear();
+            host().post(instance, request);
+            ASSERT_TRUE(host().drain(instance));
+            const std::vector<Event> events = m_recorder.events();
+            const auto call = std::find_if(events.begin(), events.end(), [](const Event& event) {
+                return event.supplier == Supplier::Library;
+            });
+            ASSERT_NE(call, events.end());
+            ASSERT_GT(static_cast<std::size_t>(events.end() - call), command.keys.size());
+            for (std::size_t i = 1; i <= command.keys.size(); ++i) {
+                EXPECT_EQ(call[static_cast<std::ptrdiff_t>(i)].what, "a text of the request");
+            }
+        }
+    }
+    m_recorder.setHook(nullptr);
 }
 
 }  // namespace

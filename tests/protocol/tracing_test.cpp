@@ -9,6 +9,7 @@
 
 #include "asynchronous_commands.h"
 #include "ht_control.h"
+#include "trace/ht_location.h"
 
 namespace protocol {
 namespace {
@@ -207,6 +208,26 @@ TEST_F(ATracedHandler, TellsNothingWhileItIsSwitchedOff) {
     ht_control_set_enabled(1);
     replyTo(instance, requestOf(kVersion));
     EXPECT_THAT(takeCalls(), ElementsAre(kGate, kBlocking));
+}
+
+// A destructor may not throw: what cannot be stored is missing in the trace, and nothing else is.
+TEST_F(ATracedHandler, IsDestroyedToItsEndWhenItsNameCannotBeStored) {
+    const PP_Instance instance = embedWith(support::kAll);
+    takeCalls();
+    std::vector<std::string> steps;
+    ht_control_set_step_observer(
+        [](const char* step, const TSCodeLocation*, void* user) {
+            static_cast<std::vector<std::string>*>(user)->emplace_back(step);
+        },
+        &steps);
+    ht_control_set_failing_write(1);
+    EXPECT_THAT(destroyed(instance), ElementsAreArray(destruction()));
+    ht_control_set_failing_write(0);
+    ht_control_set_step_observer(nullptr, nullptr);
+    EXPECT_THAT(steps, ElementsAre("container", "handler", "~handler", "~container"));
+    EXPECT_THAT(
+        takeCalls(),
+        ElementsAre(Call{"virtual " + kHandler + "~CPluginSSOMessageHandler()", 41, {}, 0}));
 }
 
 /// What a page and the suppliers see of a visit that uses everything.

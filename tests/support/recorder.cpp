@@ -116,7 +116,9 @@ void Recorder::called(const SsoApiCall* call, void* user) {
     note.window = call->window;
     note.flags = call->flags;
     for (const char* text : call->texts) {
-        if (text != nullptr) note.texts.emplace_back(text);
+        if (text == nullptr) continue;
+        note.texts.emplace_back(text);
+        note.textBlocks.push_back(text);
     }
     note.callback = call->callback;
     note.userData = call->user_data;

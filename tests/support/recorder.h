@@ -26,6 +26,8 @@ struct LibraryCall {
     int flags = 0;
     /// In the order of the arguments; without those beyond the last.
     std::vector<std::string> texts;
+    /// Where they were: good for comparing, and for watching their release during the call.
+    std::vector<const void*> textBlocks;
     void (*callback)(void) = nullptr;
     void* userData = nullptr;
     pid_t threadId = 0;

@@ -12,6 +12,7 @@
 #include "extension/extension_system_korvane_wrt.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/message_loop.h"
+#include "ppapi/cpp/var_dictionary.h"
 #include "vconf.h"
 
 namespace {
@@ -43,6 +44,30 @@ bool hasString(const pp::VarDictionary& request, const char* key) {
     return request.Get(key).is_string();
 }
 
+/// The texts under the keys, of which fewer end with null. One that is missing or no string reads as
+/// the empty text.
+Texts readTexts(const pp::VarDictionary& request, const char* const (&keys)[kMaxKeys]) {
+    Texts texts;
+    for (size_t i = 0; i < kMaxKeys && keys[i] != nullptr; ++i) {
+        texts[i] = request.Get(keys[i]).AsString();
+    }
+    return texts;
+}
+
+/// What a blocking request is answered with.
+struct Reply {
+    int code;
+    pp::Var value;
+    const char* errorName;
+    const char* errorMessage;
+};
+
+Reply success(const pp::Var& value) { return {SSO_CODE_OK, value, "", ""}; }
+
+Reply failure(int code, const char* errorName, const char* errorMessage) {
+    return {code, pp::Var(pp::Var::Null()), errorName, errorMessage};
+}
+
 /// The row with that name, null when there is none. Exact: case and blanks count.
 template <typename Row, size_t size>
 const Row* findCommand(const Row (&rows)[size], const std::string& command) {
@@ -56,26 +81,16 @@ const Row* findCommand(const Row (&rows)[size], const std::string& command) {
 
 }  // namespace
 
-// Which privilege a command needs. Each needs exactly one.
-struct CPluginSSOMessageHandler::CommandPrivilege {
-    const char* name;
-    bool CPluginSSOMessageHandler::*held;
-};
+// What every command has.
+struct CPluginSSOMessageHandler::Command {
+    using Privilege = bool CPluginSSOMessageHandler::*;
+    static constexpr Privilege kPartner = &CPluginSSOMessageHandler::m_bPrivilegePartner;
+    static constexpr Privilege kPlatform = &CPluginSSOMessageHandler::m_bPrivilegePlatform;
 
-const CPluginSSOMessageHandler::CommandPrivilege CPluginSSOMessageHandler::kCommandPrivileges[] = {
-    {SSO_COMMAND_SHOW_LOGIN_PAGE, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_CREATE_ACCOUNT, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_GET_GUID, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_GET_LOGIN_UID, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_GET_LOGIN_STATUS, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_GET_ACCESS_TOKEN, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_GET_VERSION, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_SHOW_TERMS_PAGE, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_GET_MAPPING_LIST, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_ADD_MAPPING, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_REMOVE_MAPPING, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_GET_TERMS_STATE, &CPluginSSOMessageHandler::m_bPrivilegePartner},
-    {SSO_COMMAND_GET_SSO_STATE, &CPluginSSOMessageHandler::m_bPrivilegePlatform},
+    const char* name;
+    const char* logFormat;
+    int logLine;
+    Privilege privilege;  // the one that it needs
 };
 
 /// A text and the format of the detail line that says it.
@@ -99,10 +114,7 @@ constexpr TracePoint kNoTracePoint{nullptr, kNoLine, kNoLine, nullptr};
     }
 
 // A command that starts an operation of the client library; its callback answers later.
-struct CPluginSSOMessageHandler::AsyncCommand {
-    const char* name;
-    const char* logFormat;
-    int logLine;
+struct CPluginSSOMessageHandler::AsyncCommand : Command {
     RequiredKey required[kMaxKeys];  // checked in this order; fewer end with a null key
     const char* read[kMaxKeys];      // whose texts `start` gets, checked or not
     int (*start)(const Texts& texts, CPluginSSOMessageHandler* self);
@@ -111,8 +123,7 @@ struct CPluginSSOMessageHandler::AsyncCommand {
 };
 
 const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCommands[] = {
-    {SSO_LOGGED(SSO_COMMAND_SHOW_LOGIN_PAGE),
-     140,
+    {{SSO_LOGGED(SSO_COMMAND_SHOW_LOGIN_PAGE), 140, Command::kPartner},
      {{SSO_KEY_DATA, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_DATA},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
@@ -120,8 +131,7 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      },
      "show login failed",
      SSO_TRACE_POINT("m_ShowSSOLoginCallBack done", 151, 156)},
-    {SSO_LOGGED(SSO_COMMAND_CREATE_ACCOUNT),
-     161,
+    {{SSO_LOGGED(SSO_COMMAND_CREATE_ACCOUNT), 161, Command::kPartner},
      {},
      {},
      [](const Texts&, CPluginSSOMessageHandler* self) {
@@ -129,8 +139,7 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      },
      "show login failed",  // the login page's text: pages know it as this command's
      SSO_TRACE_POINT("m_ShowCreateAccountCallBack done", 166, 171)},
-    {SSO_LOGGED(SSO_COMMAND_GET_ACCESS_TOKEN),
-     176,
+    {{SSO_LOGGED(SSO_COMMAND_GET_ACCESS_TOKEN), 176, Command::kPartner},
      {{SSO_KEY_CLIENT_ID, SSO_MESSAGE_PARAM_INVALID},
       {SSO_KEY_CLIENT_SECRET, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_CLIENT_ID, SSO_KEY_CLIENT_SECRET},
@@ -140,8 +149,7 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      },
      "request access token failed",
      SSO_TRACE_POINT("m_RequestAccessTokenCallBack done", 187, kNoLine)},
-    {SSO_LOGGED(SSO_COMMAND_SHOW_TERMS_PAGE),
-     194,
+    {{SSO_LOGGED(SSO_COMMAND_SHOW_TERMS_PAGE), 194, Command::kPartner},
      {{SSO_KEY_TERMS_ID, "termsId parameter is invalid"},
       {SSO_KEY_CALLER_ID, "callerId parameter is invalid"}},
      {SSO_KEY_TERMS_ID, SSO_KEY_CALLER_ID},
@@ -151,8 +159,7 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      },
      "show terms page failed",
      SSO_TRACE_POINT("m_ShowTermsPageCallBack done", 213, 218)},
-    {SSO_LOGGED(SSO_COMMAND_GET_MAPPING_LIST),
-     222,
+    {{SSO_LOGGED(SSO_COMMAND_GET_MAPPING_LIST), 222, Command::kPartner},
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_APP_ID, SSO_KEY_PARTNER},  // without a partner: asked with ""
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
@@ -161,8 +168,7 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      },
      "get cp account mapping list failed",
      kNoTracePoint},
-    {SSO_LOGGED(SSO_COMMAND_ADD_MAPPING),
-     238,
+    {{SSO_LOGGED(SSO_COMMAND_ADD_MAPPING), 238, Command::kPartner},
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID},
       {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID},
       {SSO_KEY_PARTNER_UID, SSO_MESSAGE_PARAM_INVALID}},
@@ -174,8 +180,7 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      },
      "add cp account mapping info failed",
      kNoTracePoint},
-    {SSO_LOGGED(SSO_COMMAND_REMOVE_MAPPING),
-     256,
+    {{SSO_LOGGED(SSO_COMMAND_REMOVE_MAPPING), 256, Command::kPartner},
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}, {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_APP_ID, SSO_KEY_PARTNER, SSO_KEY_PARTNER_UID},  // without a user: asked with ""
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
@@ -188,39 +193,35 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
 };
 
 // A command that is answered at once.
-struct CPluginSSOMessageHandler::BlockingCommand {
-    const char* name;
-    const char* logFormat;
-    int logLine;
-    pp::Var (*answer)(CPluginSSOMessageHandler* self, const pp::VarDictionary& request);
+struct CPluginSSOMessageHandler::BlockingCommand : Command {
+    Reply (*answer)(const pp::VarDictionary& request);
 };
 
 const CPluginSSOMessageHandler::BlockingCommand CPluginSSOMessageHandler::kBlockingCommands[] = {
-    {SSO_LOGGED(SSO_COMMAND_GET_VERSION), 310,
-     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
-         return self->reply(pp::Var("1.1"));
-     }},
-    {SSO_LOGGED(SSO_COMMAND_GET_SSO_STATE), 315,
-     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
-         return self->reply(pp::Var(SSOUtil::GetSSOState()));
-     }},
-    {SSO_LOGGED(SSO_COMMAND_GET_GUID), 324,
-     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
-         return self->reply(pp::Var(SSOUtil::GetSSOGuid()));
-     }},
-    {SSO_LOGGED(SSO_COMMAND_GET_LOGIN_STATUS), 332,
-     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
+    {{SSO_LOGGED(SSO_COMMAND_GET_VERSION), 310, Command::kPartner},
+     [](const pp::VarDictionary&) { return success("1.1"); }},
+    {{SSO_LOGGED(SSO_COMMAND_GET_SSO_STATE), 315, Command::kPlatform},
+     [](const pp::VarDictionary&) { return success(SSOUtil::GetSSOState()); }},
+    {{SSO_LOGGED(SSO_COMMAND_GET_GUID), 324, Command::kPartner},
+     [](const pp::VarDictionary&) { return success(SSOUtil::GetSSOGuid()); }},
+    {{SSO_LOGGED(SSO_COMMAND_GET_LOGIN_STATUS), 332, Command::kPartner},
+     [](const pp::VarDictionary&) {
          int state = 0;  // the answer when the library does not write one
          sso_get_login_state(&state);
-         return self->reply(pp::Var(state));
+         return success(state);
      }},
-    {SSO_LOGGED(SSO_COMMAND_GET_LOGIN_UID), 341,
-     [](CPluginSSOMessageHandler* self, const pp::VarDictionary&) {
-         return self->reply(pp::Var(SSOUtil::GetSSOUid()));
-     }},
-    {SSO_LOGGED(SSO_COMMAND_GET_TERMS_STATE), 349,
-     [](CPluginSSOMessageHandler* self, const pp::VarDictionary& request) {
-         return self->getTermsState(request);
+    {{SSO_LOGGED(SSO_COMMAND_GET_LOGIN_UID), 341, Command::kPartner},
+     [](const pp::VarDictionary&) { return success(SSOUtil::GetSSOUid()); }},
+    {{SSO_LOGGED(SSO_COMMAND_GET_TERMS_STATE), 349, Command::kPartner},
+     [](const pp::VarDictionary& request) {
+         if (!hasString(request, SSO_KEY_TERMS_ID)) {
+             return failure(SSO_CODE_PARAM_INVALID, SSO_ERROR_PARAM_INVALID,
+                            SSO_MESSAGE_PARAM_INVALID);
+         }
+         const std::string termsId = request.Get(SSO_KEY_TERMS_ID).AsString();
+         int state = 0;  // the answer when the library does not write one
+         sso_get_term_state(termsId.c_str(), &state);
+         return success(state);
      }},
 };
 
@@ -259,7 +260,7 @@ CPluginSSOMessageHandler::~CPluginSSOMessageHandler() {
     // Nobody here subscribes to these keys; whoever did in this process is withdrawn.
     vconf_ignore_key_changed("memory/sso/login_status", nullptr);
     vconf_ignore_key_changed("memory/sso/view_status", nullptr);
-    SSO_TRACE_SCOPE("~CPluginSSOMessageHandler", 41, 43);
+    SSO_TRACE_DESTRUCTOR("~CPluginSSOMessageHandler", 41, 43);
     SSO_LOG_FLOW("give proxy start", 45);
     sso_give_proxy();
     SSO_LOG_FLOW("give proxy end", 47);
@@ -283,12 +284,15 @@ void CPluginSSOMessageHandler::WasUnregistered(pp::InstanceHandle instance) {
 // NOLINTNEXTLINE(performance-unnecessary-value-param): its own copy of the command
 bool CPluginSSOMessageHandler::m_CheckPrivilege(std::string command) {
     SSO_TRACE_SCOPE("m_CheckPrivilege", 584, 586);
-    const CommandPrivilege* privilege = findCommand(kCommandPrivileges, command);
-    if (privilege == nullptr) {
+    const Command* known = findCommand(kAsyncCommands, command);
+    if (known == nullptr) {
+        known = findCommand(kBlockingCommands, command);
+    }
+    if (known == nullptr) {
         return false;
     }
     SSO_LOG_DETAIL("check %s privilege", 590, command.c_str());
-    return this->*(privilege->held);
+    return this->*known->privilege;
 }
 
 // NOLINTBEGIN(performance-unnecessary-value-param): its own copies, callers hand over literals
@@ -376,12 +380,8 @@ void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
             return;
         }
     }
-    Texts texts;
-    for (size_t i = 0; i < kMaxKeys && row->read[i] != nullptr; ++i) {
-        // A key that is missing or no string reads as the empty text.
-        texts[i] = request.Get(row->read[i]).AsString();
-    }
-    const bool isStarted = row->start(texts, this) != kNotStarted;
+    // The library copies what it keeps of the texts: they go with the end of its call.
+    const bool isStarted = row->start(readTexts(request, row->read), this) != kNotStarted;
     const int traceLine = isStarted ? row->tracePoint.startedLine : row->tracePoint.notStartedLine;
     if (traceLine != kNoLine) {
         row->tracePoint.store(&htScope);
@@ -400,50 +400,34 @@ pp::Var CPluginSSOMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle i
     SSO_TRACE_SCOPE("HandleBlockingMessageImpl", 285, 287);
     // As in HandleMessageImpl.
     const pp::Instance page(instance.pp_instance());
+    const auto give = [this](const Reply& reply) {
+        return createMessage(reply.code, reply.value, reply.errorName, reply.errorMessage);
+    };
+
     if (!message.is_dictionary()) {
         SSO_LOG_ERROR("The incoming message is invalid", 291);
-        return replyError(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
-                          "Incoming message is not dictionary");
+        return give(failure(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                            "Incoming message is not dictionary"));
     }
     const pp::VarDictionary request(message);
     if (!hasString(request, SSO_KEY_COMMAND)) {
         SSO_LOG_ERROR("The incoming command is invalid", 297);
-        return replyError(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
-                          SSO_MESSAGE_COMMAND_INVALID);
+        return give(failure(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                            SSO_MESSAGE_COMMAND_INVALID));
     }
     const std::string command = request.Get(SSO_KEY_COMMAND).AsString();
     if (!m_CheckPrivilege(command)) {
         SSO_LOG_ERROR("check SSO Privilege fail", 305);
-        return replyError(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE);
+        return give(failure(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE));
     }
 
     const BlockingCommand* const row = findCommand(kBlockingCommands, command);
     if (row == nullptr) {
         SSO_LOG_DETAIL("unknown command[%s]", 365, command.c_str());
-        return replyError(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command");
+        return give(failure(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command"));
     }
     SSO_LOG_DETAIL_AS(row->logFormat, row->logLine);
-    return row->answer(this, request);
-}
-
-pp::Var CPluginSSOMessageHandler::reply(const pp::Var& value) {
-    return createMessage(SSO_CODE_OK, value, "", "");
-}
-
-pp::Var CPluginSSOMessageHandler::replyError(int code, const char* errorName,
-                                             const char* errorMessage) {
-    return createMessage(code, pp::Var(pp::Var::Null()), errorName, errorMessage);
-}
-
-pp::Var CPluginSSOMessageHandler::getTermsState(const pp::VarDictionary& request) {
-    if (!hasString(request, SSO_KEY_TERMS_ID)) {
-        return replyError(SSO_CODE_PARAM_INVALID, SSO_ERROR_PARAM_INVALID,
-                          SSO_MESSAGE_PARAM_INVALID);
-    }
-    const std::string termsId = request.Get(SSO_KEY_TERMS_ID).AsString();
-    int state = 0;  // the answer when the library does not write one
-    sso_get_term_state(termsId.c_str(), &state);
-    return reply(pp::Var(state));
+    return give(row->answer(request));
 }
 
 namespace {
@@ -455,8 +439,8 @@ pp::Var toVar(const char* text) { return pp::Var(text != nullptr ? text : ""); }
 }  // namespace
 
 template <typename Result>
-int CPluginSSOMessageHandler::complete(const Completion& completion, void* userData,
-                                       Result result) {
+int CPluginSSOMessageHandler::m_Complete(const Completion& completion, void* userData,
+                                         Result result) {
     auto* const handler = static_cast<CPluginSSOMessageHandler*>(userData);
     if (handler == nullptr) {
         SSO_LOG_ERROR_IN(completion.callback, "PluginSSO is NULL", completion.nullLine);
@@ -473,51 +457,51 @@ int CPluginSSOMessageHandler::complete(const Completion& completion, void* userD
 
 int CPluginSSOMessageHandler::m_ShowSSOLoginCallBack(void* userData, int, sso_popup_state_e state) {
     SSO_TRACE_SCOPE("m_ShowSSOLoginCallBack", 409, 411);
-    return complete({__func__, nullptr, 0, 414, SSO_COMMAND_SHOW_LOGIN_PAGE, SSO_KEY_STATE},
-                    userData, state);
+    return m_Complete({__func__, nullptr, 0, 414, SSO_COMMAND_SHOW_LOGIN_PAGE, SSO_KEY_STATE},
+                      userData, state);
 }
 
 int CPluginSSOMessageHandler::m_ShowTermsPageCallBack(void* userData, int,
                                                       sso_popup_state_e state) {
     SSO_TRACE_SCOPE("m_ShowTermsPageCallBack", 424, 426);
-    return complete({__func__, SSO_DETAIL_FORMAT("m_ShowTermsPageCallBack"), 428, 438,
-                     SSO_COMMAND_SHOW_TERMS_PAGE, SSO_KEY_STATE},
-                    userData, state);
+    return m_Complete({__func__, SSO_DETAIL_FORMAT("m_ShowTermsPageCallBack"), 428, 438,
+                       SSO_COMMAND_SHOW_TERMS_PAGE, SSO_KEY_STATE},
+                      userData, state);
 }
 
 int CPluginSSOMessageHandler::m_ShowCreateAccountCallBack(void* userData, int,
                                                           sso_popup_state_e state) {
     SSO_TRACE_SCOPE("m_ShowCreateAccountCallBack", 457, 459);
-    return complete({__func__, nullptr, 0, 462, SSO_COMMAND_CREATE_ACCOUNT, SSO_KEY_STATE},
-                    userData, state);
+    return m_Complete({__func__, nullptr, 0, 462, SSO_COMMAND_CREATE_ACCOUNT, SSO_KEY_STATE},
+                      userData, state);
 }
 
 int CPluginSSOMessageHandler::m_RequestAccessTokenCallBack(void* userData, int, char* token) {
     SSO_TRACE_SCOPE("m_RequestAccessTokenCallBack", 472, 474);
-    return complete({__func__, SSO_DETAIL_FORMAT("m_RequestAccessTokenCallBack"), 476, 493,
-                     SSO_COMMAND_GET_ACCESS_TOKEN, SSO_KEY_TOKEN},
-                    userData, token);
+    return m_Complete({__func__, SSO_DETAIL_FORMAT("m_RequestAccessTokenCallBack"), 476, 493,
+                       SSO_COMMAND_GET_ACCESS_TOKEN, SSO_KEY_TOKEN},
+                      userData, token);
 }
 
 int CPluginSSOMessageHandler::m_GetPartnerAccountMappingListCallBack(void* userData, int,
                                                                      char* list) {
     SSO_TRACE_SCOPE("m_GetPartnerAccountMappingListCallBack", 503, 505);
-    return complete({__func__, SSO_DETAIL_FORMAT("m_GetPartnerAccountMappingListCallBack"), 507,
-                     524, SSO_COMMAND_GET_MAPPING_LIST, SSO_KEY_MAPPING_LIST},
-                    userData, list);
+    return m_Complete({__func__, SSO_DETAIL_FORMAT("m_GetPartnerAccountMappingListCallBack"), 507,
+                       524, SSO_COMMAND_GET_MAPPING_LIST, SSO_KEY_MAPPING_LIST},
+                      userData, list);
 }
 
 int CPluginSSOMessageHandler::m_AddPartnerAccountMappingInfoCallBack(void* userData, int result) {
     SSO_TRACE_SCOPE("m_AddPartnerAccountMappingInfoCallBack", 534, 536);
-    return complete({__func__, SSO_DETAIL_FORMAT("m_AddPartnerAccountMappingInfoCallBack"), 538,
-                     548, SSO_COMMAND_ADD_MAPPING, SSO_KEY_RESULT},
-                    userData, result);
+    return m_Complete({__func__, SSO_DETAIL_FORMAT("m_AddPartnerAccountMappingInfoCallBack"), 538,
+                       548, SSO_COMMAND_ADD_MAPPING, SSO_KEY_RESULT},
+                      userData, result);
 }
 
 int CPluginSSOMessageHandler::m_RemovePartnerAccountMappingInfoCallBack(void* userData,
                                                                         int result) {
     SSO_TRACE_SCOPE("m_RemovePartnerAccountMappingInfoCallBack", 558, 560);
-    return complete({__func__, SSO_DETAIL_FORMAT("m_RemovePartnerAccountMappingInfoCallBack"), 562,
-                     572, SSO_COMMAND_REMOVE_MAPPING, SSO_KEY_RESULT},
-                    userData, result);
+    return m_Complete({__func__, SSO_DETAIL_FORMAT("m_RemovePartnerAccountMappingInfoCallBack"),
+                       562, 572, SSO_COMMAND_REMOVE_MAPPING, SSO_KEY_RESULT},
+                      userData, result);
 }

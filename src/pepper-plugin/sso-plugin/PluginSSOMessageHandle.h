@@ -5,7 +5,6 @@
 
 #include "ppapi/cpp/instance.h"
 #include "ppapi/cpp/var.h"
-#include "ppapi/cpp/var_dictionary.h"
 #include "runtime/pp_base_message_handler.h"
 #include "sso_api.h"
 
@@ -66,21 +65,17 @@ class CPluginSSOMessageHandler : public PPBaseMessageHandler {
                         std::string errorMessage, std::string* data, pp::Var* dataVar, int count);
 
   private:
+    struct Command;
     struct AsyncCommand;
     struct BlockingCommand;
-    struct CommandPrivilege;
     static const AsyncCommand kAsyncCommands[];
     static const BlockingCommand kBlockingCommands[];
-    static const CommandPrivilege kCommandPrivileges[];
 
     struct Completion;
-    /// What all completion callbacks do; `result` is what its answer carries.
+    /// What all completion callbacks do, inside the scope of each; `result` is what its answer
+    /// carries.
     template <typename Result>
-    static int complete(const Completion& completion, void* userData, Result result);
-
-    pp::Var reply(const pp::Var& value);
-    pp::Var replyError(int code, const char* errorName, const char* errorMessage);
-    pp::Var getTermsState(const pp::VarDictionary& request);
+    static int m_Complete(const Completion& completion, void* userData, Result result);
 
     // Cleared when destruction begins. Client-library callbacks that still run then, on other
     // threads, see it set or null; both are safe until the proxy has been handed back.
