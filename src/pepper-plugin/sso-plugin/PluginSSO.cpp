@@ -2,6 +2,8 @@
 
 #include <sys/prctl.h>
 
+#include <memory>
+
 #include "PluginLog.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/module_embedder.h"
@@ -17,17 +19,19 @@ constexpr char kLogFile[] = "PluginSSO";
 CPluginSSO::CPluginSSO(PP_Instance instance)
     : pp::Instance(instance), m_oMessageHandler(this), m_oCallbackFactory(this) {
     const pp::InstanceHandle handle(this);
-    m_poAdditionalThread = new pp::SimpleThreadAwaitLoop(handle);
+    // Owned here until nothing can fail any more: a constructor that throws has no destructor.
+    auto worker = std::make_unique<pp::SimpleThreadAwaitLoop>(handle);
     // Names the thread that makes instances. The worker, started from it below, inherits the name.
     prctl(PR_SET_NAME, "qpp.sso", 0, 0);
     SSO_LOG_FLOW("[PluginSSO] begin m_poAdditionalThread->Start()", 11);
-    m_poAdditionalThread->Start();
+    worker->Start();
     SSO_LOG_FLOW("[PluginSSO] begin RegisterMessageHandler", 14);
-    if (RegisterMessageHandler(&m_oMessageHandler, m_poAdditionalThread->message_loop()) == PP_OK) {
+    if (RegisterMessageHandler(&m_oMessageHandler, worker->message_loop()) == PP_OK) {
         SSO_LOG_FLOW("[PluginSSO] RegisterMessageHandler success", 18);
     } else {
         SSO_LOG_ERROR("[PluginSSO] RegisterMessageHandler Fail", 22);
     }
+    m_poAdditionalThread = worker.release();
 }
 
 CPluginSSO::~CPluginSSO() { delete m_poAdditionalThread; }

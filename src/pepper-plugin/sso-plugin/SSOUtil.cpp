@@ -15,9 +15,29 @@ constexpr char kLogFile[] = "SSOUtil";
 /// What the client library's queries return when they filled their argument.
 constexpr int kSuccess = 0;
 
-static_assert(sizeof(sso_login_info) == 1408 && offsetof(sso_login_info, login_id) == 0 &&
-                  offsetof(sso_login_info, uid) == 256,
-              "the client library fills a record of this layout");
+/// The signed-in account's record, as the client library fills it. Two texts in it are known by their
+/// places; its type and the rest are the library's own.
+class LoginRecord {
+  public:
+    /// Asks the library at once.
+    LoginRecord() : m_isValid(fill(sso_get_login_info)) {}
+
+    bool isValid() const { return m_isValid; }
+    const char* firstText() const { return m_bytes; }
+    const char* uid() const { return m_bytes + 256; }
+
+  private:
+    static constexpr std::size_t kSize = 1408;  // of the largest one
+
+    template <typename Record>
+    bool fill(int (*query)(Record*)) {
+        static_assert(sizeof(Record) <= kSize, "the client library's login record is too large");
+        return query(reinterpret_cast<Record*>(m_bytes)) == kSuccess;
+    }
+
+    alignas(std::max_align_t) char m_bytes[kSize] = {};
+    bool m_isValid;
+};
 
 struct Free {
     void operator()(char* text) const { free(text); }
@@ -43,8 +63,8 @@ class OwnedText {
 
 std::string readState() {
     std::string state;
-    sso_login_info info{};
-    if (sso_get_login_info(&info) != kSuccess) {
+    const LoginRecord record;
+    if (!record.isValid()) {
         return state;
     }
     const OwnedText guid(sso_get_guid);
@@ -53,8 +73,8 @@ std::string readState() {
     }
     const OwnedText token(sso_get_auth_token);  // goes before the GUID
     if (token.isValid()) {
-        state.append(info.login_id).append("?").append(token.get());
-        state.append("?").append(info.uid).append("?").append(guid.get());
+        state.append(record.firstText()).append("?").append(token.get());
+        state.append("?").append(record.uid()).append("?").append(guid.get());
     }
     return state;
 }
@@ -65,8 +85,8 @@ std::string readGuid() {
 }
 
 std::string readUid() {
-    sso_login_info info{};
-    return sso_get_login_info(&info) == kSuccess ? info.uid : "";
+    const LoginRecord record;
+    return record.isValid() ? record.uid() : "";
 }
 
 }  // namespace

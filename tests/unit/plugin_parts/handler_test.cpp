@@ -63,9 +63,9 @@ class AHandler : public ::testing::Test {
     }
     ~AHandler() override {
         m_handler.reset();
+        m_probe.host().unload();  // ends the worker, which may still be at its last message
         EXPECT_THAT(m_probe.host().problems(), IsEmpty());
         EXPECT_THAT(m_probe.host().moduleHeldVars(), IsEmpty());
-        m_probe.host().unload();
         dlog_control_set_sink(nullptr, nullptr);
     }
 
