@@ -60,18 +60,3 @@ if(NOT SSO_SANITIZE)
     target_compile_options(sso_hardening INTERFACE -fcf-protection=full)
   endif()
 endif()
-
-# sso_stand_in_library(<name>): makes lib<name>.so of platform/<folder>, exporting what its map
-# file names, behind the soname that a device has too.
-function(sso_stand_in_library name)
-  add_library(${name} SHARED)
-  add_library(SSO::${name} ALIAS ${name})
-  # The map alone decides: the headers are plain C, as a device's are.
-  set_target_properties(${name} PROPERTIES CXX_VISIBILITY_PRESET default)
-  set(map ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
-  target_link_options(${name} PRIVATE -Wl,--version-script=${map})
-  set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${map})
-  target_link_libraries(${name} PRIVATE SSO::build_settings SSO::hardening)
-  target_include_directories(${name} PUBLIC
-    $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
-endfunction()

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host_test.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -147,15 +148,11 @@ TEST_F(ACall, FromManyThreadsIsServedOneAfterTheOther) {
         inside = false;
         return PP_MakeInt32(value.asInt32() * 2);
     });
-    std::vector<std::thread> callers;
-    for (int i = 0; i < 8; ++i) {
-        callers.emplace_back([&, i] {
-            for (int j = 0; j < 50; ++j) {
-                EXPECT_EQ(m_host->call(m_instance, i * 100 + j).value, Value((i * 100 + j) * 2));
-            }
-        });
-    }
-    for (std::thread& caller : callers) caller.join();
+    support::onThreads(8, [&](int i) {
+        for (int j = 0; j < 50; ++j) {
+            EXPECT_EQ(m_host->call(m_instance, i * 100 + j).value, Value((i * 100 + j) * 2));
+        }
+    });
     EXPECT_THAT(m_handler.log.all(), SizeIs(400));
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host_test.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -399,16 +400,12 @@ TEST_F(ARunningLoop, KeepsTheOrderOfEachThreadsWork) {
     constexpr int kTasks = 500;
     std::vector<std::vector<int>> seen(kThreads);
     LoopThread thread(m_instance);
-    std::vector<std::thread> posters;
-    for (int i = 0; i < kThreads; ++i) {
-        posters.emplace_back([&, i] {
-            for (int j = 0; j < kTasks; ++j) {
-                m_work.post(thread.loop(),
-                            [&seen, i, j] { seen[static_cast<std::size_t>(i)].push_back(j); });
-            }
-        });
-    }
-    for (std::thread& poster : posters) poster.join();
+    support::onThreads(kThreads, [&](int i) {
+        for (int j = 0; j < kTasks; ++j) {
+            m_work.post(thread.loop(),
+                        [&seen, i, j] { seen[static_cast<std::size_t>(i)].push_back(j); });
+        }
+    });
     thread.stop();
     std::vector<int> expected;
     for (int j = 0; j < kTasks; ++j) expected.push_back(j);

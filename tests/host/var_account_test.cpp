@@ -1,9 +1,8 @@
 // The account that the host keeps of a module's references: these tests prove that it sees what a
 // module does wrong, so that its silence elsewhere means something.
 
-#include <thread>
-
 #include "host_test.h"
+#include "thread_tools.h"
 #include "var_test.h"
 
 namespace {
@@ -383,20 +382,16 @@ TEST_F(AVar, RecordsWhatTheHostGivesAndTakes) {
 
 TEST_F(AVar, IsCountedExactlyOnManyThreads) {
     const PP_Var var = text("shared by all");
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int j = 0; j < 1000; ++j) {
-                vars().AddRef(var);
-                const PP_Var own = text("own");
-                EXPECT_EQ(support::textOf(own), "own");
-                vars().Release(own);
-                EXPECT_EQ(support::textOf(var), "shared by all");
-                vars().Release(var);
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    support::onThreads(4, [&](int) {
+        for (int j = 0; j < 1000; ++j) {
+            vars().AddRef(var);
+            const PP_Var own = text("own");
+            EXPECT_EQ(support::textOf(own), "own");
+            vars().Release(own);
+            EXPECT_EQ(support::textOf(var), "shared by all");
+            vars().Release(var);
+        }
+    });
     EXPECT_EQ(references(var), 1);
     vars().Release(var);
 }

@@ -6,9 +6,9 @@
 #include <climits>
 #include <thread>
 
-#include "gate.h"
 #include "protocol_test.h"
 #include "request_texts.h"
+#include "thread_signal.h"
 
 namespace protocol {
 namespace {
@@ -173,9 +173,11 @@ TEST_F(ABlockingCommand, DelaysOnlyWhatIsBehindIt) {
     const int state = 4;
     ASSERT_EQ(setAnswer("sso_get_login_state", {0, &state, nullptr, nullptr}), SSO_OK);
     takeAnswers();
-    support::Gate slow;
+    support::Signal slow;
     m_recorder.setHook([&](const Event& event) {
-        if (event.what == "sso_get_login_state") slow.wait();
+        if (event.what == "sso_get_login_state") {
+            EXPECT_TRUE(slow.wait());
+        }
     });
     m_recorder.clear();
     CallResult result;
@@ -188,7 +190,7 @@ TEST_F(ABlockingCommand, DelaysOnlyWhatIsBehindIt) {
     ASSERT_EQ(finish(0, {0, 1, nullptr}), SSO_OK);
     ASSERT_EQ(finish(0, {0, 2, nullptr}), SSO_OK);
     EXPECT_THAT(takeAnswers(), ElementsAre(loginAnswer(1), loginAnswer(2)));
-    slow.open();
+    slow.give();
     page.join();
     EXPECT_EQ(result.status, CallResult::Status::Replied);
     EXPECT_EQ(result.value, goodReply(4));

@@ -13,6 +13,7 @@
 #include "asynchronous_commands.h"
 #include "free_watch.h"
 #include "host/var_table.h"
+#include "thread_tools.h"
 
 namespace protocol {
 namespace {

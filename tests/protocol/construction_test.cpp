@@ -5,9 +5,9 @@
 #include <chrono>
 #include <set>
 
-#include "gate.h"
 #include "ppapi/c/pp_errors.h"
 #include "protocol_test.h"
+#include "thread_signal.h"
 
 namespace protocol {
 namespace {
@@ -288,16 +288,18 @@ TEST_F(AnInstance, HasAThreadThatNoOtherInstanceUses) {
 TEST_F(AnInstance, AnswersWhileAnotherOnesWorkerIsBusy) {
     const PP_Instance busy = embedWith(support::kPartner);
     const PP_Instance other = embed();
-    support::Gate shown;
+    support::Signal shown;
     m_recorder.setHook([&shown](const Event& event) {
-        if (event.what == "sso_show") shown.wait();
+        if (event.what == "sso_show") {
+            EXPECT_TRUE(shown.wait());
+        }
     });
     host().post(busy, json(R"({"command": "sso_plugin_show_login_page", "data": ""})"));
     EXPECT_TRUE(m_recorder.waitFor(1, [](const Event& event) { return event.what == "sso_show"; }));
     EXPECT_EQ(replyTo(other, requestOf(kVersion)), versionReply());
     EXPECT_EQ(answersTo(other, Value(7)).size(), 1U);
     EXPECT_EQ(sso_api_control_outstanding(), 0) << "the first one waits still";
-    shown.open();
+    shown.give();
     EXPECT_TRUE(host().drain(busy));
     EXPECT_EQ(sso_api_control_outstanding(), 1);
     m_recorder.setHook(nullptr);

@@ -2,9 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <thread>
-
 #include "asynchronous_commands.h"
+#include "thread_tools.h"
 
 namespace protocol {
 namespace {
@@ -34,20 +33,16 @@ TEST_F(AFlood, OfBlockingMessagesIsAnswered) {
 
 TEST_F(AFlood, OfBlockingMessagesFromManyThreadsIsAnsweredEachWithItsOwn) {
     const PP_Instance instance = embedWith(support::kPartner);
-    std::vector<std::thread> askers;
-    for (int thread = 0; thread < 4; ++thread) {
-        askers.emplace_back([&, thread] {
-            for (int i = 0; i < kMessages / 20; ++i) {
-                const auto result =
-                    host().call(instance, thread % 2 == 0 ? requestOf(kVersion) : Value(i));
-                EXPECT_EQ(result.value, thread % 2 == 0
-                                            ? versionReply()
-                                            : errorReply(26, "InvalidValuesError",
-                                                         "Incoming message is not dictionary"));
-            }
-        });
-    }
-    for (std::thread& asker : askers) asker.join();
+    support::onThreads(4, [&](int thread) {
+        for (int i = 0; i < kMessages / 20; ++i) {
+            const auto result =
+                host().call(instance, thread % 2 == 0 ? requestOf(kVersion) : Value(i));
+            EXPECT_EQ(result.value, thread % 2 == 0
+                                        ? versionReply()
+                                        : errorReply(26, "InvalidValuesError",
+                                                     "Incoming message is not dictionary"));
+        }
+    });
 }
 
 TEST_F(AFlood, OfBothKindsKeepsTheOrderInWhichTheyWereSent) {

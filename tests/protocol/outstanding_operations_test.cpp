@@ -6,10 +6,10 @@
 #include <map>
 #include <numeric>
 #include <random>
-#include <thread>
 
 #include "asynchronous_commands.h"
-#include "gate.h"
+#include "thread_signal.h"
+#include "thread_tools.h"
 
 namespace protocol {
 namespace {
@@ -115,15 +115,11 @@ TEST_F(OutstandingOperations, MayEndOnManyThreadsAtOnce) {
     const int total = kEach * static_cast<int>(kAsynchronousCommands.size());
     const PP_Instance instance = embedWith(support::kPartner);
     for (int i = 0; i < kEach; ++i) startAll(instance);
-    std::vector<std::thread> users;
-    for (int user = 0; user < kThreads; ++user) {
-        users.emplace_back([total, user] {
-            for (int number = user; number < total; number += kThreads) {
-                EXPECT_EQ(finish(0, End(number).get()), SSO_OK);
-            }
-        });
-    }
-    for (std::thread& user : users) user.join();
+    support::onThreads(kThreads, [total](int user) {
+        for (int number = user; number < total; number += kThreads) {
+            EXPECT_EQ(finish(0, End(number).get()), SSO_OK);
+        }
+    });
 
     std::vector<int> numbers;
     std::map<std::string, int> counts;
@@ -179,9 +175,11 @@ TEST_F(AHeldUpWorker, KeepsNoAnswerWaiting) {
     const PP_Instance instance = embedWith(support::kPartner);
     startAll(instance);
     takeAnswers();
-    support::Gate answers;
+    support::Signal answers;
     m_recorder.setHook([&](const Event& event) {
-        if (event.what == "sso_get_cp_account_mapping_list") answers.wait();
+        if (event.what == "sso_get_cp_account_mapping_list") {
+            EXPECT_TRUE(answers.wait());
+        }
     });
     m_recorder.clear();
     const AsynchronousCommand& list = kAsynchronousCommands[4];
@@ -195,7 +193,7 @@ TEST_F(AHeldUpWorker, KeepsNoAnswerWaiting) {
         ASSERT_EQ(finish(0, {4, 4, "4"}), SSO_OK);
     }
     EXPECT_THAT(takeAnswers(), ElementsAreArray(expected));
-    answers.open();
+    answers.give();
     EXPECT_TRUE(host().drain(instance));
     m_recorder.setHook(nullptr);
     EXPECT_EQ(sso_api_control_outstanding(), 1);

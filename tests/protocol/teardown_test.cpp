@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "asynchronous_commands.h"
-#include "gate.h"
+#include "thread_signal.h"
 
 namespace protocol {
 namespace {
@@ -261,10 +261,12 @@ TEST_F(AnInstanceWithABusyWorker, IsLeftAtWorkUntilItIsDone) {
         SCOPED_TRACE(command.name);
         const auto starting = [&](const Event& event) { return event.what == command.function; };
         const PP_Instance instance = embedWith(support::kPartner);
-        support::Gate ending;
+        support::Signal ending;
         m_recorder.setHook([&](const Event& event) {
-            if (starting(event)) ending.wait();
-            if (event.what == "PostQuit") ending.open();
+            if (starting(event)) {
+                EXPECT_TRUE(ending.wait());
+            }
+            if (event.what == "PostQuit") ending.give();
         });
         m_recorder.clear();
         host().post(instance, requestFor(command));
@@ -303,10 +305,12 @@ TEST_F(AnInstanceWithABusyWorker, AnswersABlockingMessageThatReachedItsLoop) {
     ASSERT_EQ(setAnswer("sso_get_login_info", {0, nullptr, &info, nullptr}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_guid", {0, nullptr, nullptr, "guid"}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_auth_token", {0, nullptr, nullptr, "token"}), SSO_OK);
-    support::Gate ending;
+    support::Signal ending;
     m_recorder.setHook([&](const Event& event) {
-        if (asked(event)) ending.wait();
-        if (event.what == "PostQuit") ending.open();
+        if (asked(event)) {
+            EXPECT_TRUE(ending.wait());
+        }
+        if (event.what == "PostQuit") ending.give();
     });
     auto asking = std::async(std::launch::async, [&] {
         return host().call(instance, requestOf("sso_plugin_getSSOState"));
@@ -328,10 +332,12 @@ TEST_F(ARunningCallback, IsWaitedForByTheInstanceThatGoes) {
         const PP_Instance instance = embedWith(support::kPartner);
         start(instance, command);
         m_recorder.clear();
-        support::Gate proxyGiven;
+        support::Signal proxyGiven;
         m_recorder.setHook([&](const Event& event) {
-            if (answering(event)) proxyGiven.wait();
-            if (event.what == "sso_give_proxy") proxyGiven.open();
+            if (answering(event)) {
+                EXPECT_TRUE(proxyGiven.wait());
+            }
+            if (event.what == "sso_give_proxy") proxyGiven.give();
         });
         int returned = -7;
         std::thread user([&] { finish(0, {0, 0, "text"}, &returned); });

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "asynchronous_commands.h"
-#include "gate.h"
 #include "thread_signal.h"
 
 namespace protocol {
@@ -28,19 +27,19 @@ class TwoInstances : public AsynchronousTest {
                 const std::function<void()>& meanwhile) {
         struct Door {
             support::Signal reached;
-            support::Gate open;
+            support::Signal mayGoOn;
         };
         // Shared with the hook: the library's own thread may still be in it at the end.
         const auto door = std::make_shared<Door>();
         m_recorder.setHook([door, function](const Event& event) {
             if (event.what != function || door->reached.given()) return;
             door->reached.give();
-            door->open.wait();
+            EXPECT_TRUE(door->mayGoOn.wait());
         });
         std::thread page(send);
         EXPECT_TRUE(door->reached.wait());
         meanwhile();
-        door->open.open();
+        door->mayGoOn.give();
         page.join();
         m_recorder.setHook(nullptr);
     }

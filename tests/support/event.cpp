@@ -1,8 +1,6 @@
 #include "event.h"
 
 #include <pthread.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -60,7 +58,5 @@ std::string thisThreadName() {
     std::array<char, 16> name{};
     return pthread_getname_np(pthread_self(), name.data(), name.size()) == 0 ? name.data() : "";
 }
-
-pid_t thisThreadId() { return static_cast<pid_t>(syscall(SYS_gettid)); }
 
 }  // namespace support

@@ -41,9 +41,8 @@ std::string visible(const std::string& text);
 /// One line for a failing test.
 void PrintTo(const Event& event, std::ostream* stream);
 
-/// Name and number of the calling thread.
+/// The name of the calling thread.
 std::string thisThreadName();
-pid_t thisThreadId();
 
 }  // namespace support
 

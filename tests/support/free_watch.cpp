@@ -4,13 +4,7 @@
 #include <atomic>
 #include <cstdlib>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define SANITIZED 1
-#endif
-#endif
+#include "sanitizer.h"
 
 namespace support {
 namespace {
@@ -63,12 +57,8 @@ void forgetWatchedBlocks() {
 
 }  // namespace support
 
-#if SANITIZED
+#if SSO_SANITIZED
 
-// A sanitizer has a free() of its own, and tells who asks.
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*,
-                                                                          std::size_t),
-                                                         void (*onFree)(const volatile void*));
 namespace {
 const int kInstalled = __sanitizer_install_malloc_and_free_hooks(
     [](const volatile void*, std::size_t) {},

@@ -7,6 +7,7 @@
 #include "host/value_json.h"
 #include "module_path.h"
 #include "runtime/ppb_extension_system_korvane.h"
+#include "thread_tools.h"
 
 namespace support {
 

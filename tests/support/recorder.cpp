@@ -1,21 +1,19 @@
 #include "recorder.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "dlog_control.h"
 #include "free_watch.h"
 #include "sso_api_control.h"
+#include "thread_signal.h"
+#include "thread_tools.h"
 #include "vconf_control.h"
 
 namespace support {
 namespace {
 
 constexpr const char* kLookup = "GetInterface ";
-
-// For failing runs only: a healthy one is woken.
-constexpr std::chrono::seconds kLongEnough(30);
 
 }  // namespace
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sso_api_fixture.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -183,18 +184,6 @@ TEST_F(ThousandsOfOperations, AddMappingsThatAreAllListed) {
 
 using ManyThreads = TheClientLibrary;
 
-/// Runs `work` on some threads at once.
-template <typename Work>
-void onThreads(int count, Work work) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) {
-        threads.emplace_back(work, i);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 TEST_F(ManyThreads, LoseAndRepeatNothingWhileTheProxyIsGivenBack) {
     constexpr std::size_t kCount = 20000;
     useAccount(R"({"popups": {"login": {"delayMs": 1}}})");
@@ -204,7 +193,7 @@ TEST_F(ManyThreads, LoseAndRepeatNothingWhileTheProxyIsGivenBack) {
     };
     std::atomic<std::size_t> next = 0;
     const SsoApiEnd end{0, 0, nullptr};
-    onThreads(4, [&](int) {
+    support::onThreads(4, [&](int) {
         for (std::size_t number = next++; number < kCount; number = next++) {
             while (counts.show(number) == -1) {
                 std::this_thread::yield();  // the proxy is being given back
@@ -226,7 +215,7 @@ TEST_F(ManyThreads, GetNothingAfterTheProxyIsGivenBack) {
         std::atomic<int> late = 0;
         Counts counts(40);
         counts.inside = [&](std::size_t) { late += given ? 1 : 0; };
-        onThreads(2, [&](int thread) {
+        support::onThreads(2, [&](int thread) {
             for (std::size_t i = 0; i < 20; ++i) {
                 EXPECT_EQ(counts.show(static_cast<std::size_t>(thread) * 20 + i), 0);
             }
@@ -245,7 +234,7 @@ TEST_F(ManyThreads, SeeOneAccount) {
                    "popups": {"login": {"delayMs": 0}}})");
     std::atomic<int> added = 0;
     std::atomic<int> duplicates = 0;
-    onThreads(4, [&](int thread) {
+    support::onThreads(4, [&](int thread) {
         for (int i = 0; i < 200; ++i) {
             const std::string result = add("a", "p", std::to_string(i).c_str());
             added += result == "0" ? 1 : 0;

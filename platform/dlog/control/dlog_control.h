@@ -9,7 +9,10 @@
  *     11-21 08:15:30.123 W/QPP_BASE( 4711: 4712) [main] text
  *
  * DLOG_LEVEL says what passes: "detail" everything (the default), "flow" priority 5 and above,
- * "silent" nothing. Both variables are read at the first line that the process logs. */
+ * "silent" nothing. Both variables are read at the first line that the process logs.
+ *
+ * A function that sets an observer returns once no call of the former one is running, so its data may
+ * go; not from inside an observer. */
 
 #ifdef __cplusplus
 extern "C" {
@@ -27,9 +30,8 @@ struct DlogRecord {
 typedef void (*DlogSink)(const struct DlogRecord* record, void* user);
 
 /**
- * Sends every call to `sink`, on the calling thread, in place of the output, whatever DLOG_LEVEL
- * says. Null restores the output. Returns once no call of the former sink is running, so its data
- * may go; not from inside a sink.
+ * Sends every call to the observer `sink`, on the calling thread, in place of the output, whatever
+ * DLOG_LEVEL says. Null restores the output.
  */
 void dlog_control_set_sink(DlogSink sink, void* user);
 

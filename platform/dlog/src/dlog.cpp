@@ -3,22 +3,14 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <mutex>
-#include <shared_mutex>
 
+#include "base/observer.h"
 #include "dlog_control.h"
 #include "log_output.h"
 
 namespace {
 
-struct Sink {
-    DlogSink function = nullptr;
-    void* user = nullptr;
-};
-
-// Shared by the callers, so that a slow sink delays no other thread; exclusive for the change.
-std::shared_mutex g_mutex;
-Sink g_sink;
+base::Observer<DlogSink> g_sink;
 
 }  // namespace
 
@@ -35,16 +27,10 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
         return -1;
     }
     const DlogRecord record{buffer, priority, tag != nullptr ? tag : "", format, text.data()};
-    const std::shared_lock lock(g_mutex);
-    if (g_sink.function != nullptr) {
-        g_sink.function(&record, g_sink.user);
-    } else {
+    if (!g_sink.tell(&record)) {
         dlog::writeRecord(record);
     }
     return size;
 }
 
-void dlog_control_set_sink(DlogSink sink, void* user) {
-    const std::unique_lock lock(g_mutex);
-    g_sink = Sink{sink, user};
-}
+void dlog_control_set_sink(DlogSink sink, void* user) { g_sink.set(sink, user); }

@@ -3,7 +3,10 @@
 
 #include "vconf.h"
 
-/* Control of the development configuration store, for tests. */
+/* Control of the development configuration store, for tests. Any thread.
+ *
+ * A function that sets an observer returns once no call of the former one is running, so its data may
+ * go; not from inside an observer. */
 
 #ifdef __cplusplus
 extern "C" {

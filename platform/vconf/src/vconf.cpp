@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/observer.h"
 #include "vconf_control.h"
 
 namespace {
@@ -15,17 +16,13 @@ struct Subscription {
     void* userData;
 };
 
-struct Observer {
-    VconfObserver function = nullptr;
-    void* user = nullptr;
-};
-
 std::mutex g_mutex;
 std::map<std::string, std::vector<Subscription>> g_subscriptions;
-Observer g_observer;
+base::Observer<VconfObserver> g_observer;
 
 /// @return whether there was anything to withdraw.
 bool withdraw(const std::string& key, vconf_callback callback) {
+    const std::lock_guard lock(g_mutex);
     const auto found = g_subscriptions.find(key);
     if (found == g_subscriptions.end()) {
         return false;
@@ -55,23 +52,14 @@ int vconf_ignore_key_changed(const char* key, vconf_callback callback) {
     if (key == nullptr) {
         return -1;
     }
-    Observer observer;
-    int result = -1;
-    {
-        const std::lock_guard lock(g_mutex);
-        result = withdraw(key, callback) ? 0 : -1;
-        observer = g_observer;
-    }
-    if (observer.function != nullptr) {
-        const VconfWithdrawal withdrawal{key, callback, result};
-        observer.function(&withdrawal, observer.user);
-    }
+    const int result = withdraw(key, callback) ? 0 : -1;
+    const VconfWithdrawal withdrawal{key, callback, result};
+    g_observer.tell(&withdrawal);
     return result;
 }
 
 void vconf_control_set_observer(VconfObserver observer, void* user) {
-    const std::lock_guard lock(g_mutex);
-    g_observer = {observer, user};
+    g_observer.set(observer, user);
 }
 
 int vconf_control_subscriptions(const char* key) {

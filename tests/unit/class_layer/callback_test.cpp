@@ -9,6 +9,7 @@
 #include "ppapi/cpp/completion_callback.h"
 #include "ppapi/utility/completion_callback_factory.h"
 #include "ppapi/utility/threading/lock.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -126,15 +127,12 @@ TEST(AFactory, MayCancelInsideItsOwnCallback) {
 TEST(AFactory, MakesCallbacksOnSeveralThreads) {
     Target target;
     std::vector<std::vector<CompletionCallback>> made(4);
-    std::vector<std::thread> threads;
-    for (auto& callbacks : made) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 500; ++i) {
-                callbacks.push_back(target.m_factory->NewCallback(&Target::take));
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    support::onThreads(4, [&](int thread) {
+        for (int i = 0; i < 500; ++i) {
+            made[static_cast<std::size_t>(thread)].push_back(
+                target.m_factory->NewCallback(&Target::take));
+        }
+    });
     for (auto& callbacks : made) {
         for (CompletionCallback& callback : callbacks) callback.Run(1);
     }
@@ -177,39 +175,31 @@ TEST(ARefCount, ReleasedTooOftenStopsTheProcessInEveryBuild) {
 
 TEST(ARefCount, IsExactOnSeveralThreads) {
     RefCount count;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int j = 0; j < 2000; ++j) {
-                count.AddRef();
-                count.AddRef();
-                count.Release();
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    support::onThreads(4, [&](int) {
+        for (int j = 0; j < 2000; ++j) {
+            count.AddRef();
+            count.AddRef();
+            count.Release();
+        }
+    });
     EXPECT_EQ(count.AddRef(), 8001);
 }
 
 TEST(ALock, LetsOneThreadInAtATime) {
     pp::Lock lock;
     int counter = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&, i] {
-            for (int j = 0; j < 2000; ++j) {
-                if (i % 2 == 0) {
-                    const pp::AutoLock held(lock);
-                    ++counter;
-                } else {
-                    lock.Acquire();
-                    ++counter;
-                    lock.Release();
-                }
+    support::onThreads(4, [&](int i) {
+        for (int j = 0; j < 2000; ++j) {
+            if (i % 2 == 0) {
+                const pp::AutoLock held(lock);
+                ++counter;
+            } else {
+                lock.Acquire();
+                ++counter;
+                lock.Release();
             }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+        }
+    });
     EXPECT_EQ(counter, 8000);
 }
 

@@ -3,9 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <future>
 #include <memory>
@@ -22,6 +19,7 @@
 #include "host/plugin_host.h"
 #include "loaded_probe.h"
 #include "ppapi/c/ppb_message_loop.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -258,7 +256,7 @@ TEST_F(AHandler, OnceRegisteredAnswersOnThatThread) {
         loop = loops->Create(m_page);
         loops->AttachToCurrentThread(loop);
         m_handler->registerOnThisThread();
-        thread = static_cast<pid_t>(syscall(SYS_gettid));
+        thread = support::thisThreadId();
         registered.set_value();
         loops->Run(loop);
     });

@@ -7,76 +7,13 @@
 #include <new>
 #include <thread>
 
+#include "allocation_counter.h"
 #include "ht_control.h"
 #include "trace/ht_scope.h"
 
 namespace {
 
-/// Of the thread, in all modules.
-thread_local std::size_t t_allocations;
-
-}  // namespace
-
-// `operator new` comes down to these, too.
-#ifdef SSO_SANITIZED  // the sanitizer has taken the allocation over, and tells of it
-
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*allocated)(const volatile void*,
-                                                                           std::size_t),
-                                                         void (*released)(const volatile void*));
-
-namespace {
-
-const int g_hooks = __sanitizer_install_malloc_and_free_hooks(
-    [](const volatile void*, std::size_t) { ++t_allocations; }, [](const volatile void*) {});
-
-}  // namespace
-
-#else
-
-// Seen by the libraries, too.
-#pragma GCC visibility push(default)
-extern "C" {
-
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
-
-void* malloc(std::size_t size) {
-    ++t_allocations;
-    return __libc_malloc(size);
-}
-
-void* calloc(std::size_t count, std::size_t size) {
-    ++t_allocations;
-    return __libc_calloc(count, size);
-}
-
-void* realloc(void* memory, std::size_t size) {
-    ++t_allocations;
-    return __libc_realloc(memory, size);
-}
-
-void* memalign(std::size_t alignment, std::size_t size) {
-    ++t_allocations;
-    return __libc_memalign(alignment, size);
-}
-
-void* aligned_alloc(std::size_t alignment, std::size_t size) { return memalign(alignment, size); }
-
-}  // extern "C"
-#pragma GCC visibility pop
-
-#endif
-
-namespace {
-
-template <typename Function>
-std::size_t allocationsOf(Function function) {
-    const std::size_t before = t_allocations;
-    function();
-    return t_allocations - before;
-}
+using support::allocationsOf;
 
 /// A traced function with a further text in its middle; another one for each number.
 template <int number>

@@ -18,6 +18,7 @@
 
 #include "ht_control.h"
 #include "recording_writer.h"
+#include "thread_tools.h"
 
 // Compilers differ in how they spell unnamed namespaces and the spaces of pointers, so the signatures
 // have none of these.
@@ -266,16 +267,10 @@ constexpr int kThreads = 8;
 template <int number>
 void raceToPlace() {
     StartLine line(kThreads);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] {
-            line.wait();
-            reachPlace<number>();
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    support::onThreads(kThreads, [&](int) {
+        line.wait();
+        reachPlace<number>();
+    });
 }
 
 template <int... numbers>

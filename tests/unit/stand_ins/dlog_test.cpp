@@ -12,6 +12,7 @@
 
 #include "dlog.h"
 #include "dlog_control.h"
+#include "slow_observer.h"
 
 namespace {
 
@@ -76,6 +77,15 @@ TEST_F(ASink, SeesNothingOnceItIsTakenAway) {
     dlog_control_set_sink(nullptr, nullptr);
     __dlog_print(0, 4, "TAG", "text");
     EXPECT_TRUE(m_lines.empty());
+}
+
+TEST_F(ASink, IsNotTakenAwayWhileItRuns) {
+    support::SlowObserver slow;
+    dlog_control_set_sink(
+        [](const DlogRecord*, void* user) { static_cast<support::SlowObserver*>(user)->run(); },
+        &slow);
+    slow.expectRemovalToWait([] { __dlog_print(0, 4, "TAG", "text"); },
+                             [] { dlog_control_set_sink(nullptr, nullptr); });
 }
 
 /// Logs in a child process, whose environment the service reads afresh.

@@ -1,6 +1,6 @@
 // A traced library that comes and goes.
 
-#include "call_trace_library.h"
+#include "library.h"
 
 namespace {
 

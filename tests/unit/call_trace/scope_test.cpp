@@ -6,7 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "call_trace_fixture.h"
+#include "fixture.h"
+#include "slow_observer.h"
 
 namespace {
 
@@ -275,6 +276,17 @@ TEST_P(Scopes, TellOfTheirStepsOnTheirThread) {
     const std::thread::id id = other.get_id();
     other.join();
     EXPECT_THAT(told, ElementsAre(id, id));
+}
+
+TEST_P(Scopes, TellNobodyWhoHasBeenTakenAway) {
+    support::SlowObserver slow;
+    ht_control_set_step_observer(
+        [](const char* step, const TSCodeLocation*, void* user) {
+            if (step == std::string("container")) static_cast<support::SlowObserver*>(user)->run();
+        },
+        &slow);
+    slow.expectRemovalToWait([this] { TCScopeContainer scope(m_outer.location); },
+                             [] { ht_control_set_step_observer(nullptr, nullptr); });
 }
 
 INSTANTIATE_TEST_SUITE_P(TracedOrNot, Scopes, ::testing::Bool(),

@@ -16,8 +16,9 @@
 #include <thread>
 #include <vector>
 
-#include "call_trace_library.h"
 #include "ht_control.h"
+#include "library.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -40,14 +41,10 @@ void callAround() {
 
 /// @param names  of the threads, with their numbers behind.
 void callInThreads(int count, int rounds) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) {
-        threads.emplace_back([i, rounds] {
-            pthread_setname_np(pthread_self(), ("thread-" + std::to_string(i)).c_str());
-            for (int round = 0; round < rounds; ++round) callAround();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    support::onThreads(count, [rounds](int i) {
+        pthread_setname_np(pthread_self(), ("thread-" + std::to_string(i)).c_str());
+        for (int round = 0; round < rounds; ++round) callAround();
+    });
 }
 
 /// The number of open files.

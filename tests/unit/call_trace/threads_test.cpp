@@ -5,7 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "call_trace_fixture.h"
+#include "fixture.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -21,20 +22,16 @@ class ManyThreads : public TheTracingService {
   protected:
     /// Each thread calls m_outer kRounds times, which calls m_inner twice, and that itself once.
     void run() {
-        std::vector<std::thread> threads;
-        for (int i = 0; i < kThreads; ++i) {
-            threads.emplace_back([this] {
-                for (int round = 0; round < kRounds; ++round) {
-                    Scope outer(m_outer, "outer");
-                    for (int call = 0; call < 2; ++call) {
-                        Scope inner(m_inner, "inner");
-                        Scope innermost(m_inner, "innermost");
-                    }
+        support::onThreads(kThreads, [this](int) {
+            for (int round = 0; round < kRounds; ++round) {
+                Scope outer(m_outer, "outer");
+                for (int call = 0; call < 2; ++call) {
+                    Scope inner(m_inner, "inner");
+                    Scope innermost(m_inner, "innermost");
                 }
-                ++m_ready;
-            });
-        }
-        for (std::thread& thread : threads) thread.join();
+            }
+            ++m_ready;
+        });
     }
 
     std::atomic<int> m_ready = 0;

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "call_trace_library.h"
 #include "ht_control.h"
+#include "library.h"
 
 namespace call_trace_test {
 

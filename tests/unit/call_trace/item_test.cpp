@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "call_trace_fixture.h"
+#include "fixture.h"
 
 namespace {
 

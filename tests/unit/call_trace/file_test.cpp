@@ -18,6 +18,7 @@
 
 #include "module_path.h"
 #include "process.h"
+#include "sanitizer.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -511,9 +512,7 @@ TEST_F(AFork, HasAFileOfItsOwn) {
 }
 
 TEST_F(AFork, IsTracedWhateverOtherThreadsWereDoing) {
-#ifdef SSO_SANITIZED
-    GTEST_SKIP() << "a sanitizer's allocation may stay locked in the child";
-#endif
+    if (SSO_SANITIZED) GTEST_SKIP() << "a sanitizer's allocation may stay locked in the child";
     constexpr int kForks = 25;
     runWell({"call=1", "fork-among-threads=" + std::to_string(kForks)});
     int children = 0;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "call_trace_fixture.h"
+#include "fixture.h"
 #include "module_path.h"
 
 namespace {

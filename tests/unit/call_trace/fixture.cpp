@@ -1,4 +1,4 @@
-#include "call_trace_fixture.h"
+#include "fixture.h"
 
 #include <cstdlib>
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "slow_observer.h"
 #include "vconf_control.h"
 
 namespace {
@@ -68,6 +69,15 @@ TEST_F(TheConfigurationStore, TellsAnObserverOfEachWithdrawal) {
     vconf_ignore_key_changed("key", &one);
     vconf_ignore_key_changed("key", nullptr);
     EXPECT_EQ(seen, (std::vector<std::string>{"key one 0", "key null -1"}));
+}
+
+TEST_F(TheConfigurationStore, TakesNoObserverAwayWhileItRuns) {
+    support::SlowObserver slow;
+    vconf_control_set_observer([](const VconfWithdrawal*,
+                                  void* user) { static_cast<support::SlowObserver*>(user)->run(); },
+                               &slow);
+    slow.expectRemovalToWait([] { vconf_ignore_key_changed("key", nullptr); },
+                             [] { vconf_control_set_observer(nullptr, nullptr); });
 }
 
 }  // namespace
