@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <thread>
 
@@ -155,6 +157,72 @@ TEST_F(ATextObserver, SeesTheTextsThatCallersHaveToRelease) {
     useAccount(kAccount);
     EXPECT_EQ(TheClientLibrary::guid(), "0 guid-1");
     EXPECT_EQ(seen.size(), 2U);
+}
+
+/// An observer that is slow, for a thread that takes it away meanwhile.
+struct SlowObserver {
+    std::atomic<bool> isRunning = false;
+    std::atomic<bool> isTakenAway = false;
+    std::atomic<bool> hasEnded = false;
+
+    void run() {
+        isRunning = true;
+        while (!isTakenAway) std::this_thread::yield();
+        // Only lengthens the time in which a removal that does not wait is seen.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        hasEnded = true;
+    }
+
+    /// @param call    is observed.
+    /// @param remove  takes this away.
+    /// @return whether it had ended when it was taken away.
+    template <typename Call, typename Remove>
+    bool hasEndedOnceRemoved(Call call, Remove remove) {
+        std::thread caller(call);
+        while (!isRunning) std::this_thread::yield();
+        isTakenAway = true;
+        remove();
+        const bool ended = hasEnded;
+        caller.join();
+        return ended;
+    }
+};
+
+TEST_F(AnObserver, HasEndedOnEveryThreadOnceItIsTakenAway) {
+    for (const SsoApiObserver next :
+         {SsoApiObserver{nullptr}, SsoApiObserver{[](const SsoApiCall*, void*) {}}}) {
+        SlowObserver slow;
+        sso_api_control_set_observer(
+            [](const SsoApiCall*, void* user) { static_cast<SlowObserver*>(user)->run(); }, &slow);
+        EXPECT_TRUE(slow.hasEndedOnceRemoved([] { sso_get_guid(nullptr); },
+                                             [=] { sso_api_control_set_observer(next, nullptr); }));
+    }
+}
+
+TEST_F(ATextObserver, HasEndedOnEveryThreadOnceItIsTakenAway) {
+    useAccount(kAccount);
+    SlowObserver slow;
+    sso_api_control_set_text_observer(
+        [](const char*, const char*, void* user) { static_cast<SlowObserver*>(user)->run(); },
+        &slow);
+    EXPECT_TRUE(
+        slow.hasEndedOnceRemoved([this] { EXPECT_EQ(TheClientLibrary::guid(), "0 guid-1"); },
+                                 [] { sso_api_control_set_text_observer(nullptr, nullptr); }));
+}
+
+TEST_F(AnObserver, HoldsUpNoOtherThread) {
+    static std::atomic<int> running;
+    running = 0;
+    sso_api_control_set_observer(
+        [](const SsoApiCall*, void*) {
+            ++running;
+            while (running < 2) std::this_thread::yield();
+        },
+        nullptr);
+    std::thread other([] { sso_get_guid(nullptr); });
+    sso_get_guid(nullptr);
+    other.join();
+    EXPECT_EQ(running, 2);
 }
 
 using AStartResult = TheClientLibrary;
