@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 
+#include "account/account_file.h"
 #include "account_store.h"
 #include "base/observer.h"
 #include "guarded.h"
@@ -69,9 +70,10 @@ int sso_api_control_set_account(const char* json) {
     return guarded(SSO_ERROR_INVALID, [&]() -> int {
         try {
             AccountStore::instance().replace(
-                Account(json != nullptr ? parseAccountFile(json, "account") : AccountFile()));
+                json != nullptr ? account::Account(account::parseAccountFile(json, "account"))
+                                : account::Account());
             return SSO_OK;
-        } catch (const AccountFileError& error) {
+        } catch (const account::AccountFileError& error) {
             std::fprintf(stderr, "sso_api: %s\n", error.what());
             return SSO_ERROR_INVALID;
         }

@@ -7,8 +7,11 @@
 #include "control.h"
 #include "guarded.h"
 #include "sso_api.h"
+#include "translation.h"
 
 using namespace sso_api;
+using account::Account;
+using account::Operation;
 
 namespace {
 
@@ -21,7 +24,7 @@ SsoApiCall queryCall(const char* function, const char* text = nullptr) {
 /// @param give      writes the Answer's value to the out-parameter: last, so that it is left alone
 ///                  when anything fails.
 template <typename Ask, typename Give>
-int query(const SsoApiCall& call, bool complete, Ask ask, Give give) noexcept {
+int query(Operation operation, const SsoApiCall& call, bool complete, Ask ask, Give give) noexcept {
     return guarded(SSO_ERROR_UNAVAILABLE, [&]() -> int {
         observe(call);
         if (!complete) {
@@ -30,7 +33,7 @@ int query(const SsoApiCall& call, bool complete, Ask ask, Give give) noexcept {
         auto answer = orderedAnswer(call.function);
         if (!answer) {
             answer = AccountStore::instance().with([&](const Account& account) -> Answer {
-                if (account.isUnavailable(call.function)) {
+                if (account.behaviour().isUnavailable(operation)) {
                     return {SSO_ERROR_UNAVAILABLE, {}, {}, {}};
                 }
                 return ask(account);
@@ -62,38 +65,34 @@ auto giveText(const char* function, char** text) {
 }  // namespace
 
 int sso_get_login_state(int* state) {
-    return query(
-        queryCall("sso_get_login_state"), state != nullptr,
-        [](const Account& account) { return account.loginState(); }, giveState(state));
+    return query(Operation::GetLoginState, queryCall("sso_get_login_state"), state != nullptr,
+                 &loginState, giveState(state));
 }
 
 int sso_get_term_state(const char* terms_id, int* state) {
     return query(
-        queryCall("sso_get_term_state", terms_id), terms_id != nullptr && state != nullptr,
-        [=](const Account& account) { return account.termState(terms_id); }, giveState(state));
+        Operation::GetTermState, queryCall("sso_get_term_state", terms_id),
+        terms_id != nullptr && state != nullptr,
+        [=](const Account& account) { return termState(account, terms_id); }, giveState(state));
 }
 
 int sso_get_login_info(sso_login_info* info) {
-    return query(
-        queryCall("sso_get_login_info"), info != nullptr,
-        [](const Account& account) { return account.loginInfo(); },
-        [=](const Answer& answer) {
-            if (answer.info) {
-                *info = *answer.info;
-            }
-        });
+    return query(Operation::GetLoginInfo, queryCall("sso_get_login_info"), info != nullptr,
+                 &loginInfo, [=](const Answer& answer) {
+                     if (answer.info) {
+                         *info = *answer.info;
+                     }
+                 });
 }
 
 int sso_get_guid(char** guid) {
     constexpr const char* kName = "sso_get_guid";
-    return query(
-        queryCall(kName), guid != nullptr, [](const Account& account) { return account.guid(); },
-        giveText(kName, guid));
+    return query(Operation::GetGuid, queryCall(kName), guid != nullptr, &sso_api::guid,
+                 giveText(kName, guid));
 }
 
 int sso_get_auth_token(char** token) {
     constexpr const char* kName = "sso_get_auth_token";
-    return query(
-        queryCall(kName), token != nullptr,
-        [](const Account& account) { return account.authToken(); }, giveText(kName, token));
+    return query(Operation::GetAuthToken, queryCall(kName), token != nullptr, &authToken,
+                 giveText(kName, token));
 }
