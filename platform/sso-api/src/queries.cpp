@@ -11,9 +11,16 @@
 
 using namespace sso_api;
 using account::Account;
+using account::Identity;
 using account::Operation;
+using account::Outcome;
+using account::Result;
 
 namespace {
+
+static_assert(sizeof(sso_login_info) == 1408, "callers reserve exactly this");
+static_assert(sizeof(sso_login_info::login_id) == account::kLongestId + 1);
+static_assert(sizeof(sso_login_info::uid) == account::kLongestId + 1);
 
 SsoApiCall queryCall(const char* function, const char* text = nullptr) {
     return {function, nullptr, 0, {text}, nullptr, nullptr};
@@ -42,6 +49,46 @@ int query(Operation operation, const SsoApiCall& call, bool complete, Ask ask, G
         give(*answer);
         return answer->result;
     });
+}
+
+Answer loginState(const Account& account) {
+    Answer answer;
+    answer.state = account.isSignedIn() ? SSO_LOGIN_STATE_SIGNED_IN : SSO_LOGIN_STATE_SIGNED_OUT;
+    return answer;
+}
+
+/// @param give  gives a value to the member that it belongs to.
+template <typename Value, typename Give>
+Answer answerOf(const Result<Value>& result, Give give) {
+    Answer answer;
+    answer.result = resultOf(result.outcome);
+    if (result.outcome == Outcome::Ok) {
+        give(answer, result.value);
+    }
+    return answer;
+}
+
+Answer termState(const Account& account, const char* termsId) {
+    return answerOf(account.isAgreed(termsId), [](Answer& answer, bool isAgreed) {
+        answer.state = isAgreed ? SSO_TERM_STATE_AGREED : SSO_TERM_STATE_NOT_AGREED;
+    });
+}
+
+Answer loginInfo(const Account& account) {
+    return answerOf(account.identity(), [](Answer& answer, const Identity& identity) {
+        sso_login_info& info = answer.info.emplace();
+        identity.loginId.copy(info.login_id, account::kLongestId);
+        identity.uid.copy(info.uid, account::kLongestId);
+    });
+}
+
+/// @param member  of the identity.
+auto text(std::string Identity::*member) {
+    return [=](const Account& account) {
+        return answerOf(account.identity(), [=](Answer& answer, const Identity& identity) {
+            answer.text = identity.*member;
+        });
+    };
 }
 
 auto giveState(int* state) {
@@ -87,12 +134,12 @@ int sso_get_login_info(sso_login_info* info) {
 
 int sso_get_guid(char** guid) {
     constexpr const char* kName = "sso_get_guid";
-    return query(Operation::GetGuid, queryCall(kName), guid != nullptr, &sso_api::guid,
+    return query(Operation::GetGuid, queryCall(kName), guid != nullptr, text(&Identity::guid),
                  giveText(kName, guid));
 }
 
 int sso_get_auth_token(char** token) {
     constexpr const char* kName = "sso_get_auth_token";
-    return query(Operation::GetAuthToken, queryCall(kName), token != nullptr, &authToken,
-                 giveText(kName, token));
+    return query(Operation::GetAuthToken, queryCall(kName), token != nullptr,
+                 text(&Identity::authToken), giveText(kName, token));
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <string>
+#include <vector>
 
 #include "sso_api.h"
 #include "start.h"
@@ -11,8 +13,28 @@ using namespace sso_api;
 using account::Account;
 using account::Behaviour;
 using account::Operation;
+using account::Outcome;
+using account::Result;
 
 namespace {
+
+CallbackArguments told(Outcome outcome) {
+    CallbackArguments arguments;
+    arguments.result = resultOf(outcome);
+    return arguments;
+}
+
+CallbackArguments told(const Result<std::string>& text) {
+    CallbackArguments arguments = told(text.outcome);
+    if (text.outcome == Outcome::Ok) {
+        arguments.text = copyForC(text.value.c_str());
+    }
+    return arguments;
+}
+
+CallbackArguments told(const Result<std::vector<account::Mapping>>& mappings) {
+    return told(Result<std::string>{mappings.outcome, toJson(mappings.value)});
+}
 
 auto to(sso_text_callback callback, void* userData) noexcept {
     return [=](const CallbackArguments& arguments) {
