@@ -11,6 +11,7 @@
 #include <utility>
 #include <variant>
 
+#include "account/account_file.h"
 #include "src/application.h"
 #include "src/child_processes.h"
 #include "src/environment.h"
@@ -22,7 +23,6 @@
 #include "src/signal_pipe.h"
 #include "src/start_error.h"
 #include "src/xvfb.h"
-#include "sso_account_file.h"
 
 namespace {
 
@@ -40,8 +40,8 @@ std::optional<QString> readScript(const std::filesystem::path& path) {
 void checkAccount(const std::filesystem::path& path) {
     if (path.empty()) return;
     try {
-        sso_api::readAccountFile(path.string());
-    } catch (const sso_api::AccountFileError& error) {
+        account::readAccountFile(path.string());
+    } catch (const account::AccountFileError& error) {
         throw StartError(browser::kExitBadInput, error.what());
     }
 }

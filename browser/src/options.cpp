@@ -25,7 +25,7 @@ Exit codes: 0 done; 1 the page, its script or the display failed; 2 wrong comman
 
 Examples:
   sso-browser web/demo
-  sso-browser web/demo --account web/accounts/signed-in.json --log
+  sso-browser web/demo --account account/examples/signed-in.json --log
   sso-browser http://localhost:8000/ --grant partner --grant platform
   sso-browser web/demo --run-script steps.js --screenshot end.png --quit-after 0.5
 )";

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "account/account_file.h"
 #include "runtime/application_manifest.h"
-#include "sso_account_file.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ started; 3 the module broke the rules for references, told on standard error.
 Examples:
   echo '{"call":{"command":"sso_plugin_getVersion"}}' | sso-host --grant partner
   sso-host --manifest web/demo/manifest.json --log < requests.jsonl
-  sso-host --grant partner --account web/accounts/signed-in.json < requests.jsonl
+  sso-host --grant partner --account account/examples/signed-in.json < requests.jsonl
   printf '%s\n' '{"post":{"command":"sso_plugin_getVersion"}}' '{"wait":1}' | sso-host)";
 
 std::string defaultModule() {
@@ -91,7 +91,7 @@ CommandLine readCommandLine(int argc, char** argv) {
         commandLine.grants = application.privileges;
     }
     if (!account.empty()) {
-        sso_api::readAccountFile(account);
+        account::readAccountFile(account);
         commandLine.accountFile = std::filesystem::absolute(account).string();
     }
     for (const std::string& grant : grants) {

@@ -29,7 +29,7 @@ struct CommandLineEnd {
 
 /// @throws CommandLineEnd  see there.
 /// @throws runtime::ManifestError  for a manifest or privilege that cannot be used.
-/// @throws sso_api::AccountFileError  for an account file that cannot be used.
+/// @throws account::AccountFileError  for an account file that cannot be used.
 CommandLine readCommandLine(int argc, char** argv);
 
 #endif

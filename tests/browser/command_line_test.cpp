@@ -95,7 +95,7 @@ TEST_F(TheBrowsersCommandLine, FindsAnAccountFromAnyFolder) {
     support::ProcessOptions options;
     options.environment = {"SSO_ACCOUNT_FILE=/nowhere/else.json"};  // the option comes before it
     const std::string account =
-        std::filesystem::relative(SSO_SOURCE_DIR "/web/accounts/signed-in.json");
+        std::filesystem::relative(SSO_SOURCE_DIR "/account/examples/signed-in.json");
     const Json reply =
         runScript("return new Embedding().call({ command: 'sso_plugin_getLoginUid' }).value;",
                   {"--grant", "partner", "--account", account}, options);

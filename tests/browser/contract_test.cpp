@@ -58,7 +58,7 @@ class TheContractInTheBrowser : public browser::BrowserTest {
         }
         Arguments arguments = grantsOf(contract::kAllPrivileges);
         arguments.insert(arguments.end(),
-                         {"--account", std::string(SSO_SOURCE_DIR "/web/accounts/") + account});
+                         {"--account", std::string(SSO_SOURCE_DIR "/account/examples/") + account});
         const Json result =
             runScript("const rows = " + requests.dump() + ";" + kSendRows, arguments);
         EXPECT_EQ(result["left"], Json::array()) << "every request has one answer";

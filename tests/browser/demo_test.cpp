@@ -100,9 +100,9 @@ class TheDemo : public browser::BrowserTest {
 TEST_F(TheDemo, TakesItsTour) {
     const std::string picture = m_folder.path("demo.png");
     const auto result = runBrowser({SSO_SOURCE_DIR "/web/demo", "--account",
-                                    SSO_SOURCE_DIR "/web/accounts/signed-in.json", "--run-script",
-                                    SSO_SOURCE_DIR "/scripts/demo-tour.js", "--screenshot", picture,
-                                    "--quit-after", "0.5"});
+                                    SSO_SOURCE_DIR "/account/examples/signed-in.json",
+                                    "--run-script", SSO_SOURCE_DIR "/scripts/demo-tour.js",
+                                    "--screenshot", picture, "--quit-after", "0.5"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errorLines(), IsEmpty());
     EXPECT_THAT(withoutTimes(result.outputLines()), ElementsAreArray(kTour));

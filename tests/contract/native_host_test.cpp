@@ -67,7 +67,7 @@ class TheContractOnTheNativeHost : public support::PluginTest {
 
     template <std::size_t count>
     void expectVisit(const char* account, const contract::Exchange (&visit)[count]) {
-        std::ifstream file(std::string(SSO_SOURCE_DIR "/web/accounts/") + account);
+        std::ifstream file(std::string(SSO_SOURCE_DIR "/account/examples/") + account);
         const std::string text{std::istreambuf_iterator<char>(file), {}};
         ASSERT_EQ(sso_api_control_set_account(text.c_str()), SSO_OK);
         sso_api_control_set_held(0);

@@ -12,7 +12,7 @@ struct Exchange {
     const char* answer;   ///< JSON; the whole of it
 };
 
-// What a page gets with each of the example accounts, by the name of its file in web/accounts. The
+// What a page gets with each of the example accounts, by the name of its file in account/examples. The
 // requests of a visit are made one after the other: some change the account for those that follow.
 // Each uses all thirteen commands.
 // clang-format off

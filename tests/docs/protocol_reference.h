@@ -22,7 +22,7 @@ namespace docs {
 struct Example {
     int line = 0;  ///< of the request's first fence
     contract::Path path = contract::Path::Async;
-    std::string account = "signed-in";                   ///< a file of web/accounts
+    std::string account = "signed-in";                   ///< a file of account/examples
     std::string privileges = "partner,platform,public";  ///< granted to the application
     host::Value request;
     host::Value answer;

@@ -41,7 +41,7 @@ class TheProtocolReference : public ::testing::Test {
 std::vector<Value> answersTo(const std::vector<Example>& examples) {
     std::vector<std::string> command = {
         support::builtPath("bin/sso-host"), "--module", support::modulePath(), "--account",
-        SSO_SOURCE_DIR "/web/accounts/" + examples.front().account + ".json"};
+        SSO_SOURCE_DIR "/account/examples/" + examples.front().account + ".json"};
     std::istringstream privileges(examples.front().privileges);
     for (std::string name; std::getline(privileges, name, ',');) {
         command.insert(command.end(), {"--grant", name});

@@ -3,7 +3,11 @@
 
 #include "sso_api.h"
 
-/* Control of the development SSO client library, for tests. Any thread. */
+/* Control of the development SSO client library, for tests. Any thread.
+ *
+ * There is one observer of each kind, or none. When a call that sets one returns, the former one
+ * runs no more, on any thread, and is never called again. So an observer must not set one of its
+ * own kind: it would wait for itself. It may run on several threads at once. */
 
 #ifdef __cplusplus
 extern "C" {
@@ -21,13 +25,13 @@ struct SsoApiCall {
 
 typedef void (*SsoApiObserver)(const struct SsoApiCall* call, void* user);
 
-/** Tells `observer` of every call as it begins, on the calling thread. Null ends it. */
+/** Tells `observer` of every call as it begins, on the calling thread. Null for none. */
 void sso_api_control_set_observer(SsoApiObserver observer, void* user);
 
 typedef void (*SsoApiTextObserver)(const char* function, const char* text, void* user);
 
 /** Tells `observer` of every text that an out-parameter is given, before the call returns. The
- * address is the one that the caller gets, and has to release. Null ends it. */
+ * address is the one that the caller gets, and has to release. Null for none. */
 void sso_api_control_set_text_observer(SsoApiTextObserver observer, void* user);
 
 /**

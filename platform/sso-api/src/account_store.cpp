@@ -2,6 +2,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
+
+#include "account/account_file.h"
 
 namespace sso_api {
 namespace {
@@ -13,21 +16,21 @@ AccountStore g_store;
 
 AccountStore& AccountStore::instance() { return g_store; }
 
-void AccountStore::replace(const Account& account) {
+void AccountStore::replace(account::Account account) {
     const std::lock_guard lock(m_mutex);
-    m_account = account;
+    m_account = std::move(account);  // whole or not at all: what may throw is done
 }
 
-Account AccountStore::load() {
+account::Account AccountStore::load() {
     const char* path = std::getenv("SSO_ACCOUNT_FILE");
     if (path != nullptr && *path != '\0') {
         try {
-            return Account(readAccountFile(path));
-        } catch (const AccountFileError& error) {
+            return account::Account(account::readAccountFile(path));
+        } catch (const account::AccountFileError& error) {
             std::fprintf(stderr, "sso_api: %s\n", error.what());
         }
     }
-    return Account(AccountFile());
+    return account::Account();
 }
 
 }  // namespace sso_api

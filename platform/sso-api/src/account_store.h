@@ -4,7 +4,7 @@
 #include <mutex>
 #include <optional>
 
-#include "account.h"
+#include "account/account.h"
 
 namespace sso_api {
 
@@ -25,13 +25,13 @@ class AccountStore {
         return work(*m_account);
     }
 
-    void replace(const Account& account);
+    void replace(account::Account account);
 
   private:
-    static Account load();
+    static account::Account load();
 
     std::mutex m_mutex;
-    std::optional<Account> m_account;  ///< none before the first use
+    std::optional<account::Account> m_account;  ///< none before the first use
 };
 
 }  // namespace sso_api

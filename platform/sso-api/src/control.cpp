@@ -4,18 +4,14 @@
 #include <map>
 #include <mutex>
 
+#include "account/account_file.h"
 #include "account_store.h"
+#include "base/observer.h"
 #include "guarded.h"
 #include "operation_queue.h"
 
 namespace sso_api {
 namespace {
-
-template <typename Function>
-struct Observer {
-    Function function = nullptr;
-    void* user = nullptr;
-};
 
 std::mutex g_mutex;
 StartOrders g_startOrders;
@@ -24,14 +20,8 @@ std::map<std::string, std::optional<Answer>> g_answers = {
     {"sso_get_login_state", {}}, {"sso_get_term_state", {}}, {"sso_get_login_info", {}},
     {"sso_get_guid", {}},        {"sso_get_auth_token", {}},
 };
-Observer<SsoApiObserver> g_observer;
-Observer<SsoApiTextObserver> g_textObserver;
-
-template <typename Value>
-Value lockedCopy(const Value& value) {
-    const std::lock_guard lock(g_mutex);
-    return value;
-}
+base::Observer<SsoApiObserver> g_observer;
+base::Observer<SsoApiTextObserver> g_textObserver;
 
 Answer copyOf(const SsoApiAnswer& answer) {
     Answer copy;
@@ -50,48 +40,40 @@ Answer copyOf(const SsoApiAnswer& answer) {
 
 }  // namespace
 
-StartOrders startOrders() { return lockedCopy(g_startOrders); }
+StartOrders startOrders() {
+    const std::lock_guard lock(g_mutex);
+    return g_startOrders;
+}
 
 std::optional<Answer> orderedAnswer(const std::string& function) {
     const std::lock_guard lock(g_mutex);
     return g_answers.at(function);
 }
 
-void observe(const SsoApiCall& call) {
-    const auto observer = lockedCopy(g_observer);
-    if (observer.function != nullptr) {
-        observer.function(&call, observer.user);
-    }
-}
+void observe(const SsoApiCall& call) { g_observer.tell(&call); }
 
-void observeText(const char* function, const char* text) {
-    const auto observer = lockedCopy(g_textObserver);
-    if (observer.function != nullptr) {
-        observer.function(function, text, observer.user);
-    }
-}
+void observeText(const char* function, const char* text) { g_textObserver.tell(function, text); }
 
 }  // namespace sso_api
 
 using namespace sso_api;
 
 void sso_api_control_set_observer(SsoApiObserver observer, void* user) {
-    const std::lock_guard lock(g_mutex);
-    g_observer = {observer, user};
+    g_observer.set(observer, user);
 }
 
 void sso_api_control_set_text_observer(SsoApiTextObserver observer, void* user) {
-    const std::lock_guard lock(g_mutex);
-    g_textObserver = {observer, user};
+    g_textObserver.set(observer, user);
 }
 
 int sso_api_control_set_account(const char* json) {
     return guarded(SSO_ERROR_INVALID, [&]() -> int {
         try {
             AccountStore::instance().replace(
-                Account(json != nullptr ? parseAccountFile(json, "account") : AccountFile()));
+                json != nullptr ? account::Account(account::parseAccountFile(json, "account"))
+                                : account::Account());
             return SSO_OK;
-        } catch (const AccountFileError& error) {
+        } catch (const account::AccountFileError& error) {
             std::fprintf(stderr, "sso_api: %s\n", error.what());
             return SSO_ERROR_INVALID;
         }

@@ -3,13 +3,15 @@
 #include "control.h"
 #include "guarded.h"
 #include "operation_queue.h"
+#include "translation.h"
 
 using namespace sso_api;
 
 int sso_give_proxy(void) {
     return guarded(SSO_OK, []() -> int {
         observe({"sso_give_proxy", nullptr, 0, {}, nullptr, nullptr});
-        OperationQueue::instance().endAll({SSO_ERROR_CANCELLED, SSO_POPUP_CANCELLED, nullptr});
+        OperationQueue::instance().endAll({resultOf(account::Outcome::Cancelled),
+                                           stateOf(account::PopupState::Cancelled), nullptr});
         return SSO_OK;
     });
 }

@@ -61,21 +61,21 @@ bool OperationQueue::start(std::optional<std::chrono::milliseconds> delay, Work 
     return true;
 }
 
-std::optional<int> OperationQueue::finish(size_t index, const Outcome& outcome) {
+std::optional<int> OperationQueue::finish(size_t index, const CallbackArguments& arguments) {
     std::unique_lock lock(m_mutex);
     if (index >= m_operations.size()) {
         return std::nullopt;
     }
-    return end(lock, at(m_operations, index), &outcome);
+    return end(lock, at(m_operations, index), &arguments);
 }
 
-void OperationQueue::endAll(const Outcome& outcome) {
+void OperationQueue::endAll(const CallbackArguments& arguments) {
     std::unique_lock lock(m_mutex);
     ++m_ending;
     const int own = std::exchange(t_running, 0);
     m_endingAll += own;
     while (!m_operations.empty()) {
-        end(lock, m_operations.begin(), &outcome);
+        end(lock, m_operations.begin(), &arguments);
     }
     m_returned.wait(lock, [&] { return m_running == (own == 0 ? 0 : m_endingAll); });
     m_endingAll -= own;
@@ -89,7 +89,7 @@ size_t OperationQueue::outstanding() {
 }
 
 int OperationQueue::end(std::unique_lock<std::mutex>& lock, Operations::iterator operation,
-                        const Outcome* outcome) {
+                        const CallbackArguments* arguments) {
     if (operation->due != m_schedule.end()) {
         m_schedule.erase(operation->due);
     }
@@ -98,8 +98,8 @@ int OperationQueue::end(std::unique_lock<std::mutex>& lock, Operations::iterator
     ++m_running;
     ++t_running;
     lock.unlock();
-    const int result =
-        outcome != nullptr ? operation->deliver(*outcome) : operation->deliver(operation->work());
+    const int result = arguments != nullptr ? operation->deliver(*arguments)
+                                            : operation->deliver(operation->work());
     lock.lock();
     --t_running;
     --m_running;

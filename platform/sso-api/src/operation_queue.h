@@ -10,11 +10,11 @@
 #include <optional>
 #include <thread>
 
-#include "outcome.h"
+#include "callback_arguments.h"
 
 namespace sso_api {
 
-/// The outstanding operations of the process. Each delivers exactly one outcome: on the queue's own
+/// The outstanding operations of the process. Each delivers its callback's arguments exactly once: on the queue's own
 /// thread when it is due, or earlier on the thread that ends it. No lock is held meanwhile. The
 /// thread is started with the first operation, because the library may be loaded in a process that
 /// forks. Any thread.
@@ -22,9 +22,9 @@ class OperationQueue {
   public:
     /// What an operation does when it ends by itself; gives what its callback is told. May not
     /// throw.
-    using Work = std::function<Outcome()>;
+    using Work = std::function<CallbackArguments()>;
     /// Calls the operation's callback; gives what it returned.
-    using Deliver = std::function<int(const Outcome&)>;
+    using Deliver = std::function<int(const CallbackArguments&)>;
 
     OperationQueue() = default;
     /// Drops what is outstanding: the process ends, or the library is unloaded.
@@ -41,15 +41,15 @@ class OperationQueue {
     /// @return false while endAll() runs; then nothing was started.
     bool start(std::optional<std::chrono::milliseconds> delay, Work work, Deliver deliver);
 
-    /// Delivers `outcome` for the operation that was started as number `index` of the outstanding
+    /// Delivers `arguments` for the operation that was started as number `index` of the outstanding
     /// ones, on the calling thread. Takes the longer the farther that is from both ends.
     ///
     /// @return what the callback returned; nothing when there is no such operation.
-    std::optional<int> finish(size_t index, const Outcome& outcome);
+    std::optional<int> finish(size_t index, const CallbackArguments& arguments);
 
-    /// Delivers `outcome` for every outstanding operation on the calling thread, and waits for the
+    /// Delivers `arguments` for every outstanding operation on the calling thread, and waits for the
     /// callbacks that run on others.
-    void endAll(const Outcome& outcome);
+    void endAll(const CallbackArguments& arguments);
 
     size_t outstanding();
 
@@ -66,9 +66,9 @@ class OperationQueue {
 
     /// Takes the operation out and delivers; `lock` is released meanwhile.
     ///
-    /// @param outcome  null for that of the operation's own work.
+    /// @param arguments  null for those of the operation's own work.
     int end(std::unique_lock<std::mutex>& lock, Operations::iterator operation,
-            const Outcome* outcome);
+            const CallbackArguments* arguments);
     void run();
 
     std::mutex m_mutex;

@@ -1,32 +1,31 @@
 // The operations that show the user something.
 
-#include <functional>
-#include <string>
-#include <utility>
-
 #include "sso_api.h"
 #include "start.h"
+#include "translation.h"
 
 using namespace sso_api;
+using account::Account;
+using account::Behaviour;
+using account::Operation;
+using account::Popup;
+using account::PopupState;
 
 namespace {
 
-using Effect = std::function<void(Account&)>;
-
-/// @param effect  of a user who goes through the popup.
-Ending endingOf(const Popup& popup, Effect effect) {
+/// @param end  ends the popup for the account, and gives its Outcome.
+template <typename End>
+Ending endingOf(const Popup& popup, End end) {
     return {popup.delay,
-            [state = popup.state, effect = std::move(effect)](Account& account) -> Outcome {
-                if (state == SSO_POPUP_COMPLETED) {
-                    effect(account);
-                }
-                return {state == SSO_POPUP_FAILED ? SSO_ERROR_UNAVAILABLE : SSO_OK, state, nullptr};
+            [state = popup.state, end](Account& account, const Texts& texts) -> CallbackArguments {
+                return {resultOf(end(account, state, texts)), stateOf(state), nullptr};
             }};
 }
 
 auto to(sso_popup_callback callback, void* userData) noexcept {
-    return
-        [=](const Outcome& outcome) { return callback(userData, outcome.result, outcome.state); };
+    return [=](const CallbackArguments& arguments) {
+        return callback(userData, arguments.result, arguments.state);
+    };
 }
 
 }  // namespace
@@ -34,10 +33,12 @@ auto to(sso_popup_callback callback, void* userData) noexcept {
 int sso_show(void* window, int flags, const char* page, sso_popup_callback callback,
              void* user_data) {
     return start(
-        {"sso_show", window, flags, {page}, untyped(callback), user_data}, 1,
-        [&](const Account& account) {
-            return endingOf(*page == '\0' ? account.createAccountPopup() : account.loginPopup(),
-                            &Account::signIn);
+        Operation::ShowLogin, {"sso_show", window, flags, {page}, untyped(callback), user_data}, 1,
+        [=](const Behaviour& behaviour) {
+            return endingOf(*page == '\0' ? behaviour.createAccount : behaviour.login,
+                            [](Account& later, PopupState state, const Texts&) {
+                                return later.endLogin(state);
+                            });
         },
         to(callback, user_data));
 }
@@ -45,11 +46,14 @@ int sso_show(void* window, int flags, const char* page, sso_popup_callback callb
 int sso_show_term_page(const char* terms_id, int flags, const char* caller_id,
                        sso_popup_callback callback, void* user_data) {
     return start(
+        Operation::ShowTerms,
         {"sso_show_term_page", nullptr, flags, {terms_id, caller_id}, untyped(callback), user_data},
         2,
-        [&](const Account& account) {
-            return endingOf(account.termsPopup(),
-                            [id = std::string(terms_id)](Account& later) { later.agree(id); });
+        [](const Behaviour& behaviour) {
+            return endingOf(behaviour.terms,
+                            [](Account& later, PopupState state, const Texts& texts) {
+                                return later.endTerms(state, texts[0]);
+                            });
         },
         to(callback, user_data));
 }

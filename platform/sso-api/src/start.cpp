@@ -1,5 +1,6 @@
 #include "start.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -10,47 +11,42 @@ namespace sso_api {
 namespace {
 
 bool isComplete(const SsoApiCall& call, std::size_t texts) {
-    for (std::size_t i = 0; i < texts; ++i) {
-        if (call.texts[i] == nullptr) {
-            return false;
-        }
-    }
-    return call.callback != nullptr;
-}
-
-/// The work as the queue does it, on its thread: nothing may throw there.
-OperationQueue::Work onTheAccount(std::function<Outcome(Account&)> work) {
-    return [work = std::move(work)]() -> Outcome {
-        try {
-            return AccountStore::instance().with(work);
-        } catch (...) {
-            return {SSO_ERROR_UNAVAILABLE, SSO_POPUP_FAILED, nullptr};
-        }
-    };
+    return call.callback != nullptr &&
+           std::find(call.texts, call.texts + texts, nullptr) == call.texts + texts;
 }
 
 }  // namespace
 
-int startUnguarded(const SsoApiCall& call, std::size_t texts, const EndingOf& endingOf,
-                   OperationQueue::Deliver deliver) {
+int startUnguarded(account::Operation operation, const SsoApiCall& call, std::size_t texts,
+                   const EndingOf& endingOf, OperationQueue::Deliver deliver) {
     observe(call);
     const StartOrders orders = startOrders();
     if (!isComplete(call, texts) || orders.result == SSO_ERROR_NOT_STARTED) {
         return SSO_ERROR_NOT_STARTED;
     }
-    auto ending =
-        AccountStore::instance().with([&](const Account& account) -> std::optional<Ending> {
-            if (account.isUnavailable(call.function)) {
+    auto ending = AccountStore::instance().with(
+        [&](const account::Account& account) -> std::optional<Ending> {
+            if (account.behaviour().isUnavailable(operation)) {
                 return std::nullopt;
             }
-            return endingOf(account);
+            return endingOf(account.behaviour());
         });
     if (!ending) {
         return SSO_ERROR_NOT_STARTED;
     }
+    // On the queue's thread, where nothing may throw.
+    auto work = [work = std::move(ending->work),
+                 copies = Texts(call.texts, call.texts + texts)]() -> CallbackArguments {
+        try {
+            return AccountStore::instance().with(
+                [&](account::Account& account) { return work(account, copies); });
+        } catch (...) {
+            return {SSO_ERROR_UNAVAILABLE, SSO_POPUP_FAILED, nullptr};
+        }
+    };
     const bool started =
         OperationQueue::instance().start(orders.held ? std::nullopt : std::optional(ending->delay),
-                                         onTheAccount(std::move(ending->work)), std::move(deliver));
+                                         std::move(work), std::move(deliver));
     return started ? orders.result : SSO_ERROR_NOT_STARTED;
 }
 

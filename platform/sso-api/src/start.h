@@ -4,26 +4,31 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <string>
 #include <utility>
+#include <vector>
 
-#include "account.h"
+#include "account/account.h"
 #include "guarded.h"
 #include "operation_queue.h"
 #include "sso_api_control.h"
 
 namespace sso_api {
 
+/// Copies of a call's texts.
+using Texts = std::vector<std::string>;
+
 /// How an operation ends by itself: after a delay, with what `work` makes of the account then.
 struct Ending {
     std::chrono::milliseconds delay;
-    std::function<Outcome(Account&)> work;
+    std::function<CallbackArguments(account::Account&, const Texts&)> work;
 };
 
-using EndingOf = std::function<Ending(const Account&)>;
+using EndingOf = std::function<Ending(const account::Behaviour&)>;
 
 /// start() without its guard.
-int startUnguarded(const SsoApiCall& call, std::size_t texts, const EndingOf& endingOf,
-                   OperationQueue::Deliver deliver);
+int startUnguarded(account::Operation operation, const SsoApiCall& call, std::size_t texts,
+                   const EndingOf& endingOf, OperationQueue::Deliver deliver);
 
 /// Starts an operation, unless its arguments, the account or a test say no.
 ///
@@ -32,9 +37,10 @@ int startUnguarded(const SsoApiCall& call, std::size_t texts, const EndingOf& en
 /// @param deliver   an OperationQueue::Deliver: calls the callback.
 /// @return what the C function returns.
 template <typename ToEnding, typename Deliver>
-int start(const SsoApiCall& call, std::size_t texts, ToEnding endingOf, Deliver deliver) noexcept {
+int start(account::Operation operation, const SsoApiCall& call, std::size_t texts,
+          ToEnding endingOf, Deliver deliver) noexcept {
     return guarded(SSO_ERROR_NOT_STARTED, [&] {
-        return startUnguarded(call, texts, std::move(endingOf), std::move(deliver));
+        return startUnguarded(operation, call, texts, std::move(endingOf), std::move(deliver));
     });
 }
 

@@ -1,0 +1,45 @@
+#ifndef ACCOUNT_JSON_NODE_H_
+#define ACCOUNT_JSON_NODE_H_
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace account {
+
+struct JsonMember;
+
+/// A value of a JSON text that knows its place there, for messages to the person who wrote it.
+struct JsonNode {
+    using Array = std::vector<JsonNode>;
+    /// In the order of the text, with those that are there twice.
+    using Object = std::vector<JsonMember>;
+
+    std::size_t line = 1;  ///< on which it begins
+    std::variant<std::nullptr_t, bool, double, std::string, Array, Object> value;
+};
+
+struct JsonMember {
+    std::string name;
+    std::size_t line = 1;  ///< of the name
+    JsonNode node;
+};
+
+/// A text that is no JSON. what() quotes nothing of it.
+class JsonError : public std::runtime_error {
+  public:
+    JsonError(std::size_t where, const std::string& what) : std::runtime_error(what), line(where) {}
+
+    std::size_t line;
+};
+
+/// @throws JsonError  when the text is not one JSON value in UTF-8, or nested deeper than any
+///                    account is.
+JsonNode parseJson(std::string_view text);
+
+}  // namespace account
+
+#endif
