@@ -28,7 +28,8 @@ json exampleOf(const Command& command) {
 
 class Maker {
   public:
-    explicit Maker(const std::string& path) : m_data(DataNode::ofFile(path)) {}
+    Maker(const std::string& path, const Protocol& protocol)
+        : m_protocol(protocol), m_data(DataNode::ofFile(path)) {}
 
     std::vector<Visit> make() {
         m_data.withNoMembersBut({"$schema", "nobody", "rows", "visits", "failing"});
@@ -185,15 +186,25 @@ class Maker {
         }
     }
 
-    /// Each command with its example keys, where nobody is signed in.
+    /// Each command with its example keys, also without one that is not required, where nobody is
+    /// signed in.
     void makeExamples() {
         for (const auto& [name, outcome] : m_data["nobody"].members()) {
             if (m_protocol.find(name) == nullptr) outcome.fail("there is no such command");
         }
         for (const Command& command : m_protocol.commands) {
-            add({command.privilege}, "",
-                {command.name + " where nobody is signed in", command.path, exampleOf(command), "",
-                 answerForNobody(command), false});
+            const auto addExample = [&](const std::string& what, const json& request) {
+                add({command.privilege}, "",
+                    {command.name + what + " where nobody is signed in", command.path, request, "",
+                     answerForNobody(command), false});
+            };
+            addExample("", exampleOf(command));
+            for (const Key& key : command.keys) {
+                if (key.required) continue;
+                json request = exampleOf(command);
+                request.erase(key.name);
+                addExample(" without " + key.name, request);
+            }
         }
     }
 
@@ -274,7 +285,7 @@ class Maker {
         }
     }
 
-    const Protocol& m_protocol = protocol();
+    const Protocol& m_protocol;
     const DataNode m_data;
     std::vector<Visit> m_visits;
 };
@@ -303,7 +314,9 @@ std::string nameOf(const Setting& setting) {
     return name;
 }
 
-std::vector<Visit> readContract(const std::string& path) { return Maker(path).make(); }
+std::vector<Visit> readContract(const std::string& path, const Protocol& protocol) {
+    return Maker(path, protocol).make();
+}
 
 std::vector<Visit> contractOrNothing() {
     try {

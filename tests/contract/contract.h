@@ -44,7 +44,8 @@ std::string nameOf(const Setting& setting);
 ///
 /// @param path  of contract.json.
 /// @throws std::runtime_error  for a mistake in the data, with its place.
-std::vector<Visit> readContract(const std::string& path = dataFile("contract.json"));
+std::vector<Visit> readContract(const std::string& path = dataFile("contract.json"),
+                                const Protocol& protocol = contract::protocol());
 
 /// readContract(), or nothing when the data has a mistake: for the lists of tests, which are made
 /// before a test can fail. A test of the data tells the mistake.
