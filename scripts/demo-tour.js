@@ -29,8 +29,7 @@ await ask("not a dictionary");
 const app = { appID: "demo-app", cpName: "demo-partner" };
 
 // Each command once, as the list offers it.
-for (const { name, path, keys } of commands) {
-  const message = { command: name, ...keys };
+for (const { path, message } of commands) {
   if (path === "blocking") demo.sendAndWait(message);
   else await ask(message);
 }

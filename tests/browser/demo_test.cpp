@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "browser_test.h"
+#include "protocol_data.h"
 
 namespace {
 
@@ -115,30 +116,24 @@ TEST_F(TheDemo, TakesItsTour) {
     EXPECT_GT(png.size(), 20000U) << "an empty window is far smaller";
 }
 
-TEST_F(TheDemo, OffersAllThirteenCommandsWithReadyMessages) {
+TEST_F(TheDemo, OffersEveryCommandWithAReadyMessage) {
     const Json result = runInDemo(R"js(
         const found = [];
         for (const button of document.querySelectorAll("[data-command]")) {
             button.click();
-            found.push(JSON.parse(document.querySelector("textarea").value).command);
+            found.push(JSON.parse(document.querySelector("textarea").value));
         }
-        return found.sort();
+        return found;
     )js");
-    EXPECT_EQ(result, (Json{
-                          "sso_plugin_addPartnerAccountMappingInfo",
-                          "sso_plugin_createAccount",
-                          "sso_plugin_getGuid",
-                          "sso_plugin_getLoginStatus",
-                          "sso_plugin_getLoginUid",
-                          "sso_plugin_getPartnerAccountMappingList",
-                          "sso_plugin_getSSOState",
-                          "sso_plugin_getTermsAgreementState",
-                          "sso_plugin_getVersion",
-                          "sso_plugin_getZEVAccessToken",
-                          "sso_plugin_removePartnerAccountMappingInfo",
-                          "sso_plugin_showTermsPage",
-                          "sso_plugin_show_login_page",
-                      }));
+    Json expected = Json::array();
+    for (const contract::Path path : {contract::Path::Async, contract::Path::Blocking}) {
+        for (const contract::Command& command : contract::protocol().commandsOf(path)) {
+            expected.push_back({{"command", command.name}});
+            for (const contract::Key& key : command.keys) expected.back()[key.name] = key.example;
+        }
+    }
+    ASSERT_EQ(result.size(), expected.size()) << result;
+    for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(result[i], expected[i]);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "protocol_reference.h"
 
+#include <algorithm>
 #include <cctype>
 #include <fstream>
 #include <regex>
@@ -101,21 +102,35 @@ class Reader {
              ++match) {
             m_reference.links.push_back((*match)[1]);
         }
-        static const std::regex row(
-            R"(\| \[`(sso_plugin_\w+)`\]\(#\w+\) \| (\w+) \| `([a-z.]+)` \|.*)");
-        std::smatch match;
-        if (std::regex_match(m_line, match, row)) {
-            m_reference.commands.push_back({match[1], match[2], match[3]});
+        const bool isTable = m_line.rfind("|", 0) == 0;
+        if (isTable && !m_inTable) {
+            m_reference.tables.push_back({m_line, {}});
+        } else if (isTable && m_line.rfind("|--", 0) != 0) {
+            m_reference.tables.back().rows.push_back(m_line);
         }
+        m_inTable = isTable;
     }
 
     std::istream& m_stream;
     std::string m_line;
     int m_number = 0;
+    bool m_inTable = false;
     ProtocolReference m_reference;
 };
 
 }  // namespace
+
+std::vector<std::string> cellsOf(const std::string& line) {
+    std::vector<std::string> cells;
+    for (std::size_t at = 1; at < line.size();) {
+        const std::size_t end = std::min(line.find('|', at), line.size());
+        const std::string cell = line.substr(at, end - at);
+        const std::size_t first = std::min(cell.find_first_not_of(' '), cell.size());
+        cells.push_back(cell.substr(first, cell.find_last_not_of(' ') + 1 - first));
+        at = end + 1;
+    }
+    return cells;
+}
 
 ProtocolReference readProtocolReference(const std::string& path) {
     std::ifstream file(path);

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
 #include "host/value.h"
+#include "protocol_data.h"
 
 namespace docs {
 
@@ -28,16 +28,18 @@ struct Example {
     host::Value answer;
 };
 
-/// A row of the table of commands.
-struct CommandRow {
-    std::string name;
-    std::string sent;       ///< "asynchronous" or "blocking"
-    std::string privilege;  ///< "sso.partner"
+/// The lines of a table, as they stand there.
+struct Table {
+    std::string head;  ///< the line with the titles of the columns
+    std::vector<std::string> rows;
 };
+
+/// What stands between the bars of a table's line.
+std::vector<std::string> cellsOf(const std::string& line);
 
 struct ProtocolReference {
     std::vector<Example> examples;
-    std::vector<CommandRow> commands;
+    std::vector<Table> tables;
     std::vector<std::string> anchors;  ///< of its headings
     std::vector<std::string> links;    ///< to anchors, without the "#"
 };

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstring>
 
+#include "blocking_commands.h"
 #include "protocol_test.h"
 
 namespace protocol {
@@ -34,19 +35,19 @@ EventMatcher released(const char* function) {
 
 /// The log of a question, with what the client library was asked and what was released.
 EventMatchers stateLog(const EventMatchers& calls) {
-    return sequence({askedFor(kState, 315),
+    return sequence({askedFor(kState),
                      {logged(Kind::Flow, accountPlace("GetSSOState", 6), "GetSSOState START")},
                      calls,
                      {logged(Kind::Flow, accountPlace("GetSSOState", 35), "GetSSOState END")}});
 }
 EventMatchers guidLog(const EventMatchers& calls) {
-    return sequence({askedFor(kGuid, 324),
+    return sequence({askedFor(kGuid),
                      {logged(Kind::Flow, accountPlace("GetSSOGuid", 42), "GetSSOGuid START")},
                      calls,
                      {logged(Kind::Flow, accountPlace("GetSSOGuid", 57), "GetSSOGuid END")}});
 }
 EventMatchers uidLog(const EventMatchers& calls) {
-    return sequence({askedFor(kUid, 341),
+    return sequence({askedFor(kUid),
                      {logged(Kind::Flow, accountPlace("GetSSOUid", 64), "GetSSOUid START")},
                      calls,
                      {logged(Kind::Flow, accountPlace("GetSSOUid", 73), "GetSSOUid END")}});

@@ -1,9 +1,11 @@
 #ifndef PROTOCOL_ASYNCHRONOUS_COMMANDS_H_
 #define PROTOCOL_ASYNCHRONOUS_COMMANDS_H_
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "protocol_data.h"
 #include "protocol_test.h"
 
 namespace protocol {
@@ -18,44 +20,60 @@ struct Key {
 /// What the client library tells at the end of an operation, and so what the page gets.
 enum class Ending { State, Text, Result };
 
-/// A command that starts an operation of the client library.
-struct AsynchronousCommand {
-    const char* name;
-    int line;                ///< of the log line with its name
-    std::vector<Key> keys;   ///< in the order of the checks and of the library's arguments
-    const char* function;    ///< of the client library
-    const char* notStarted;  ///< the error message when the library does not start it
-    const char* callback;    ///< the function that the library calls at the end
-    int callbackLine;        ///< of the log line with the callback's name; 0 without one
-    int nullLine;            ///< of the log line about null user data
-    int scopeLine;           ///< of the callback's scope for call tracing
-    int notStartedLine;      ///< of the text in the trace, when the library starts nothing; 0: none
-    int startedLine;         ///< of the text in the trace, when it starts the operation; 0: none
+/// What a command that starts an operation leaves in the log, with the client library and in a trace.
+struct AsynchronousTraces {
+    const char* name;      ///< of the command
+    int line;              ///< of the log line with its name
+    const char* function;  ///< of the client library
+    const char* callback;  ///< the function that the library calls at the end
+    int callbackLine;      ///< of the log line with the callback's name; 0 without one
+    int nullLine;          ///< of the log line about null user data
+    int scopeLine;         ///< of the callback's scope for call tracing
+    int notStartedLine;    ///< of the text in the trace, when the library starts nothing; 0: none
+    int startedLine;       ///< of the text in the trace, when it starts the operation; 0: none
     Ending ending;
-    const char* valueKey;  ///< of the answer
 };
 
-constexpr const char* kInvalid = "Parameter is invalid";
-
+/// One for each asynchronous command of the protocol, in its order.
 // One row, one line: the eye compares columns.
 // clang-format off
-inline const std::vector<AsynchronousCommand> kAsynchronousCommands = {
-    {"sso_plugin_show_login_page", 140, {{"data", kInvalid}},
-     "sso_show", "show login failed", "m_ShowSSOLoginCallBack", 0, 414, 409, 151, 156, Ending::State, "state"},
-    {"sso_plugin_createAccount", 161, {},
-     "sso_show", "show login failed", "m_ShowCreateAccountCallBack", 0, 462, 457, 166, 171, Ending::State, "state"},
-    {"sso_plugin_getZEVAccessToken", 176, {{"id", kInvalid}, {"secret", kInvalid}},
-     "sso_request_access_token", "request access token failed", "m_RequestAccessTokenCallBack", 476, 493, 472, 187, 0, Ending::Text, "token"},
-    {"sso_plugin_showTermsPage", 194, {{"termsId", "termsId parameter is invalid"}, {"callerId", "callerId parameter is invalid"}},
-     "sso_show_term_page", "show terms page failed", "m_ShowTermsPageCallBack", 428, 438, 424, 213, 218, Ending::State, "state"},
-    {"sso_plugin_getPartnerAccountMappingList", 222, {{"appID", kInvalid}, {"cpName", nullptr}},
-     "sso_get_cp_account_mapping_list", "get cp account mapping list failed", "m_GetPartnerAccountMappingListCallBack", 507, 524, 503, 0, 0, Ending::Text, "PartnerAccountInfo"},
-    {"sso_plugin_addPartnerAccountMappingInfo", 238, {{"appID", kInvalid}, {"cpName", kInvalid}, {"cpUID", kInvalid}},
-     "sso_add_cp_account_mapping_info", "add cp account mapping info failed", "m_AddPartnerAccountMappingInfoCallBack", 538, 548, 534, 0, 0, Ending::Result, "result"},
-    {"sso_plugin_removePartnerAccountMappingInfo", 256, {{"appID", kInvalid}, {"cpName", kInvalid}, {"cpUID", nullptr}},
-     "sso_remove_cp_account_mapping_info", "remove cp account mapping info failed", "m_RemovePartnerAccountMappingInfoCallBack", 562, 572, 558, 268, 0, Ending::Result, "result"},
+constexpr AsynchronousTraces kAsynchronousTraces[] = {
+    {"sso_plugin_show_login_page", 140, "sso_show", "m_ShowSSOLoginCallBack", 0, 414, 409, 151, 156, Ending::State},
+    {"sso_plugin_createAccount", 161, "sso_show", "m_ShowCreateAccountCallBack", 0, 462, 457, 166, 171, Ending::State},
+    {"sso_plugin_getZEVAccessToken", 176, "sso_request_access_token", "m_RequestAccessTokenCallBack", 476, 493, 472, 187, 0, Ending::Text},
+    {"sso_plugin_showTermsPage", 194, "sso_show_term_page", "m_ShowTermsPageCallBack", 428, 438, 424, 213, 218, Ending::State},
+    {"sso_plugin_getPartnerAccountMappingList", 222, "sso_get_cp_account_mapping_list", "m_GetPartnerAccountMappingListCallBack", 507, 524, 503, 0, 0, Ending::Text},
+    {"sso_plugin_addPartnerAccountMappingInfo", 238, "sso_add_cp_account_mapping_info", "m_AddPartnerAccountMappingInfoCallBack", 538, 548, 534, 0, 0, Ending::Result},
+    {"sso_plugin_removePartnerAccountMappingInfo", 256, "sso_remove_cp_account_mapping_info", "m_RemovePartnerAccountMappingInfoCallBack", 562, 572, 558, 268, 0, Ending::Result},
 };
 // clang-format on
+
+/// A command that starts an operation: its traces, and what the protocol says of it.
+struct AsynchronousCommand : AsynchronousTraces {
+    std::vector<Key> keys;   ///< in the order of the checks and of the library's arguments
+    const char* notStarted;  ///< the error message when the library does not start it
+    const char* valueKey;    ///< of the answer
+};
+
+/// Those that the protocol has and that have traces here. A test tells when one of the two lacks a
+/// command; another when the protocol cannot be read, which leaves this empty.
+inline std::vector<AsynchronousCommand> joinAsynchronousCommands() try {
+    std::vector<AsynchronousCommand> commands;
+    for (const AsynchronousTraces& traces : kAsynchronousTraces) {
+        const contract::Command* command = contract::protocol().find(traces.name);
+        if (command == nullptr) continue;
+        std::vector<Key> keys;
+        for (const contract::Key& key : command->keys) {
+            keys.push_back({key.name.c_str(), key.required ? key.message.c_str() : nullptr});
+        }
+        commands.push_back({traces, keys, command->notStarted.c_str(), command->answerKey.c_str()});
+    }
+    return commands;
+} catch (const std::runtime_error&) {
+    return {};
+}
+
+inline const std::vector<AsynchronousCommand> kAsynchronousCommands = joinAsynchronousCommands();
 
 /// A request with a text of its own under each key.
 inline Value::Dictionary requestFor(const AsynchronousCommand& command) {

@@ -6,6 +6,8 @@
 #include <climits>
 #include <thread>
 
+#include "blocking_commands.h"
+#include "protocol_data.h"
 #include "protocol_test.h"
 #include "request_texts.h"
 #include "thread_signal.h"
@@ -19,7 +21,6 @@ using ABlockingCommand = ProtocolTest;
 
 struct StateQuery {
     const char* command;
-    int line;
     const char* function;  ///< of the client library
     Value request;
     std::vector<std::string> texts;  ///< that the library gets
@@ -27,16 +28,23 @@ struct StateQuery {
 
 const std::vector<StateQuery> kStateQueries = {
     {"sso_plugin_getLoginStatus",
-     332,
      "sso_get_login_state",
      requestOf("sso_plugin_getLoginStatus"),
      {}},
     {"sso_plugin_getTermsAgreementState",
-     349,
      "sso_get_term_state",
      json(R"({"command": "sso_plugin_getTermsAgreementState", "termsId": "the terms"})"),
      {"the terms"}},
 };
+
+/// Of all blocking commands.
+std::vector<std::string> names() {
+    std::vector<std::string> names;
+    for (const auto& command : contract::protocol().commandsOf(contract::Path::Blocking)) {
+        names.push_back(command.name);
+    }
+    return names;
+}
 
 Value termsRequest(const Value& termsId) {
     return Value::Dictionary{{"command", "sso_plugin_getTermsAgreementState"},
@@ -79,7 +87,7 @@ TEST_F(AStateQuery, AsksTheLibraryOnceEachTime) {
             m_recorder.clear();
             EXPECT_EQ(replyTo(instance, query.request), goodReply(3));
             EXPECT_THAT(m_recorder.events(),
-                        ElementsAreArray(sequence({askedFor(query.command, query.line),
+                        ElementsAreArray(sequence({askedFor(query.command),
                                                    {called(Supplier::Library, query.function)}})));
             EXPECT_EQ(m_recorder.libraryCalls().at(0).texts, query.texts);
         }
@@ -116,15 +124,13 @@ TEST_F(ATermsQuery, NeedsATextUnderTermsId) {
         EXPECT_EQ(replyTo(instance, request),
                   errorReply(-4, "paramInvaild", "Parameter is invalid"));
         EXPECT_THAT(m_recorder.events(),
-                    ElementsAreArray(askedFor("sso_plugin_getTermsAgreementState", 349)));
+                    ElementsAreArray(askedFor("sso_plugin_getTermsAgreementState")));
     }
 }
 
 TEST_F(ABlockingCommand, IgnoresWhatElseIsInItsRequest) {
     const PP_Instance instance = embedWith(support::kAll);
-    for (const char* command : {"sso_plugin_getVersion", "sso_plugin_getSSOState",
-                                "sso_plugin_getGuid", "sso_plugin_getLoginStatus",
-                                "sso_plugin_getLoginUid", "sso_plugin_getTermsAgreementState"}) {
+    for (const std::string& command : names()) {
         SCOPED_TRACE(command);
         const Value::Dictionary bare{{"command", command}, {"termsId", "x"}};
         const Value expected = replyTo(instance, bare);
@@ -148,9 +154,7 @@ TEST_F(ABlockingCommand, PostsNothingAndStartsNothing) {
     const PP_Instance instance = embedWith(support::kAll);
     const pid_t main = mainThread();
     m_recorder.clear();
-    for (const char* command : {"sso_plugin_getVersion", "sso_plugin_getSSOState",
-                                "sso_plugin_getGuid", "sso_plugin_getLoginStatus",
-                                "sso_plugin_getLoginUid", "sso_plugin_getTermsAgreementState"}) {
+    for (const std::string& command : names()) {
         replyTo(instance, Value::Dictionary{{"command", command}, {"termsId", "x"}});
     }
     EXPECT_TRUE(host().drain(instance));

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "commands.h"
+#include "protocol_data.h"
 #include "protocol_test.h"
 
 namespace protocol {
@@ -135,7 +135,7 @@ TEST_F(ARequestWithoutACommand, LogsWhenItWasBlocking) {
 
 TEST_F(ARefusedCommand, LogsWhenItWasPosted) {
     const PP_Instance instance = embedWith(support::kNone);
-    for (const contract::Command& command : contract::kCommands) {
+    for (const contract::Command& command : contract::protocol().commands) {
         SCOPED_TRACE(command.name);
         m_recorder.clear();
         EXPECT_EQ(answerTo(instance, requestOf(command.name)), refusal(command.name));
@@ -151,7 +151,7 @@ TEST_F(ARefusedCommand, LogsWhenItWasPosted) {
 
 TEST_F(ARefusedCommand, LogsWhenItWasBlocking) {
     const PP_Instance instance = embedWith(support::kNone);
-    for (const contract::Command& command : contract::kCommands) {
+    for (const contract::Command& command : contract::protocol().commands) {
         SCOPED_TRACE(command.name);
         m_recorder.clear();
         EXPECT_EQ(replyTo(instance, requestOf(command.name)),
@@ -165,7 +165,7 @@ TEST_F(ARefusedCommand, LogsWhenItWasBlocking) {
 }
 
 /// Whatever any command may want.
-Value::Dictionary fullRequest(const char* command) {
+Value::Dictionary fullRequest(const std::string& command) {
     Value::Dictionary request{{"command", command}};
     for (const char* key :
          {"data", "id", "secret", "termsId", "callerId", "appID", "cpName", "cpUID"}) {
@@ -178,9 +178,9 @@ TEST_F(ARefusedCommand, IsNotCheckedAnyFurther) {
     const PP_Instance partnerless = embedWith(support::kPlatform | support::kPublic);
     const PP_Instance platformless = embedWith(support::kPartner | support::kPublic);
     m_recorder.clear();
-    for (const contract::Command& command : contract::kCommands) {
+    for (const contract::Command& command : contract::protocol().commands) {
         SCOPED_TRACE(command.name);
-        const bool isPartners = std::string(command.privilege) == "sso.partner";
+        const bool isPartners = command.privilege == "sso.partner";
         const PP_Instance instance = isPartners ? partnerless : platformless;
         for (const Value& request : {Value(fullRequest(command.name)), requestOf(command.name)}) {
             EXPECT_EQ(answerTo(instance, request), refusal(command.name));
@@ -193,7 +193,7 @@ TEST_F(ARefusedCommand, IsNotCheckedAnyFurther) {
 
 TEST_F(ACommandOfTheOtherPath, IsUnknownThere) {
     const PP_Instance instance = embedWith(support::kPartner | support::kPlatform);
-    for (const contract::Command& command : contract::kCommands) {
+    for (const contract::Command& command : contract::protocol().commands) {
         SCOPED_TRACE(command.name);
         m_recorder.clear();
         if (command.path == contract::Path::Blocking) {
@@ -210,11 +210,11 @@ TEST_F(ACommandOfTheOtherPath, IsUnknownThere) {
             EXPECT_EQ(replyTo(instance, fullRequest(command.name)),
                       errorReply(-2, "InvalidValuesError", "unkown command"));
             EXPECT_THAT(m_recorder.events(),
-                        ElementsAreArray(sequence(
-                            {askedStart(),
-                             gate(command.name),
-                             {logged(Kind::Detail, askedPlace(365), "unknown command[%s]",
-                                     std::string("unknown command[") + command.name + "]")}})));
+                        ElementsAreArray(
+                            sequence({askedStart(),
+                                      gate(command.name),
+                                      {logged(Kind::Detail, askedPlace(365), "unknown command[%s]",
+                                              "unknown command[" + command.name + "]")}})));
         }
     }
 }

@@ -62,27 +62,33 @@
 
   let chosen = null;
 
+  /** "sso.partner" as "partner". */
+  function shortName(privilege) {
+    return privilege.replace("sso.", "");
+  }
+
   function choose(command) {
     chosen = command;
     for (const button of document.querySelectorAll(".commands button")) {
       button.setAttribute("aria-pressed", String(button.dataset.command === command.name));
     }
     byId("chosen").textContent = command.title;
-    byId("about").textContent = `${command.about} Needs the ${command.privilege} privilege.`;
+    byId("about").textContent = `${command.about} Needs the ${shortName(command.privilege)} privilege.`;
     byId("send").classList.toggle("main", command.path === "async");
     byId("send-and-wait").classList.toggle("main", command.path === "blocking");
-    editor.value = JSON.stringify({ command: command.name, ...command.keys }, null, 2);
+    editor.value = JSON.stringify(command.message, null, 2);
     validate();
   }
 
   function listCommands() {
     for (const command of commands) {
+      const privilege = shortName(command.privilege);
       const button = make("button");
       button.type = "button";
       button.dataset.command = command.name;
       button.append(
         make("span", "title", command.title),
-        make("span", `privilege ${command.privilege}`, command.privilege),
+        make("span", `privilege ${privilege}`, privilege),
         make("code", "", command.name));
       button.addEventListener("click", () => choose(command));
       const item = make("li");
