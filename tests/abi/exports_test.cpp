@@ -14,7 +14,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::Not;
 using ::testing::StartsWith;
-using ::testing::UnorderedElementsAre;
 using Names = std::set<std::string>;
 
 Names startingWith(const std::string& prefix, const Names& names) {

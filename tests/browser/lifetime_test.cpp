@@ -174,7 +174,7 @@ TEST_F(AnEmbedInTheBrowser, LeavesNothingBehindInAThousandCycles) {
     // While the page goes on, one instance may be alive at the moment of measuring.
     EXPECT_LE(done.threads, warm.threads + 1);
     EXPECT_LE(done.descriptors, warm.descriptors + 2);
-    EXPECT_LE(done.residentKiB, warm.residentKiB + 8 * 1024);
+    EXPECT_LE(done.residentKiB, warm.residentKiB + 8L * 1024);
 }
 
 }  // namespace

@@ -55,6 +55,7 @@ std::set<std::string> unknownNames() {
 }
 
 /// "the name, up to its first NUL": what a formatted line shows of a text.
+// NOLINTNEXTLINE(readability-redundant-string-cstr): it ends the text at the NUL
 std::string asPrinted(const std::string& text) { return text.c_str(); }
 
 /// The bit of a privilege.

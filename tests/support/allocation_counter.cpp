@@ -29,10 +29,12 @@ const int g_hooks = __sanitizer_install_malloc_and_free_hooks(
 #pragma GCC visibility push(default)
 extern "C" {
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the C library's
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t size) {
     ++t_allocations;

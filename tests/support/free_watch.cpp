@@ -67,6 +67,7 @@ const int kInstalled = __sanitizer_install_malloc_and_free_hooks(
 
 #else
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C library's
 extern "C" void __libc_free(void* block);
 // The program's own definition comes before the C library's, for all modules that can see it.
 extern "C" [[gnu::visibility("default")]] void free(void* block) noexcept {

@@ -9,6 +9,7 @@
 
 #include "slow_observer.h"
 #include "thread_signal.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -155,31 +156,28 @@ TEST_F(AnObserver, IsToldByManyThreadsWhileItChanges) {
     };
     constexpr int kSetters = 2;
     constexpr int kTellers = 4;
-    constexpr int kCounters = 50;
+    std::vector<Counter> countersOf[kSetters] = {std::vector<Counter>(50),
+                                                 std::vector<Counter>(50)};
     std::atomic<int> told = 0;
     std::atomic<int> settersLeft = kSetters;
-    std::vector<Counter> counters(kSetters * kCounters);
-    std::vector<std::thread> threads;
-    for (int teller = 0; teller < kTellers; ++teller) {
-        threads.emplace_back([&] {
+    support::onThreads(kSetters + kTellers, [&](int thread) {
+        if (thread >= kSetters) {
             while (settersLeft > 0) told += g_observer.tell(1) ? 1 : 0;
-        });
-    }
-    for (int setter = 0; setter < kSetters; ++setter) {
-        threads.emplace_back([&, setter] {
-            for (int i = 0; i < kCounters; ++i) {
-                Counter* const counter =
-                    &counters[static_cast<std::size_t>(setter * kCounters + i)];
-                g_observer.set(count, counter);
-                if (i > 0) counter[-1].mayBeCalled = false;
-            }
-            --settersLeft;
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+            return;
+        }
+        Counter* former = nullptr;
+        for (Counter& counter : countersOf[thread]) {
+            g_observer.set(count, &counter);
+            if (former != nullptr) former->mayBeCalled = false;
+            former = &counter;
+        }
+        --settersLeft;
+    });
     g_observer.set(nullptr, nullptr);
     int calls = 0;
-    for (const Counter& counter : counters) calls += counter.calls;
+    for (const auto& counters : countersOf) {
+        for (const Counter& counter : counters) calls += counter.calls;
+    }
     EXPECT_EQ(calls, told);
 }
 

@@ -11,7 +11,6 @@
 namespace {
 
 using call_trace_test::Ended;
-using call_trace_test::Place;
 using call_trace_test::Scope;
 using call_trace_test::TheTracingService;
 

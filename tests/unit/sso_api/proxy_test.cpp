@@ -11,7 +11,6 @@ namespace {
 
 using ::testing::Each;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 const std::string kPopupsAtOnce = R"({"popups": {"login": {"delayMs": 0}}})";
 
