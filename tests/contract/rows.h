@@ -245,16 +245,16 @@ constexpr SpecialRow kSpecialRows[] = {
     {"a message that is undefined", Path::Blocking, "undefined", R"({"$type": "undefined"})", kNoDictionaryAsked},
     {"a message that is not a number", Path::Async, "NaN", R"({"$type": "double", "value": "NaN"})", kNoDictionaryPosted},
     {"a message that is not a number", Path::Blocking, "NaN", R"({"$type": "double", "value": "NaN"})", kNoDictionaryAsked},
-    {"a message that is an ArrayBuffer", Path::Async, "new ArrayBuffer(4)", R"({"$type": "arraybuffer", "base64": "AAAAAA=="})", kNoDictionaryPosted},
-    {"a message that is an ArrayBuffer", Path::Blocking, "new ArrayBuffer(4)", R"({"$type": "arraybuffer", "base64": "AAAAAA=="})", kNoDictionaryAsked},
-    {"a message that is an empty ArrayBuffer", Path::Async, "new ArrayBuffer(0)", R"({"$type": "arraybuffer", "base64": ""})", kNoDictionaryPosted},
-    {"a message that is an empty ArrayBuffer", Path::Blocking, "new ArrayBuffer(0)", R"({"$type": "arraybuffer", "base64": ""})", kNoDictionaryAsked},
+    {"a message that is an ArrayBuffer", Path::Async, "new ArrayBuffer(4)", R"({"$type": "arraybuffer", "bytes": [0, 0, 0, 0]})", kNoDictionaryPosted},
+    {"a message that is an ArrayBuffer", Path::Blocking, "new ArrayBuffer(4)", R"({"$type": "arraybuffer", "bytes": [0, 0, 0, 0]})", kNoDictionaryAsked},
+    {"a message that is an empty ArrayBuffer", Path::Async, "new ArrayBuffer(0)", R"({"$type": "arraybuffer", "bytes": []})", kNoDictionaryPosted},
+    {"a message that is an empty ArrayBuffer", Path::Blocking, "new ArrayBuffer(0)", R"({"$type": "arraybuffer", "bytes": []})", kNoDictionaryAsked},
     {"a command that is undefined", Path::Async, "({command: undefined})", R"({"command": {"$type": "undefined"}})", kNoCommandPosted},
     {"a command that is undefined", Path::Blocking, "({command: undefined})", R"({"command": {"$type": "undefined"}})", kNoCommandAsked},
-    {"a command that is an ArrayBuffer", Path::Async, "({command: new ArrayBuffer(4)})", R"({"command": {"$type": "arraybuffer", "base64": "AAAAAA=="}})", kNoCommandPosted},
-    {"a command that is an ArrayBuffer", Path::Blocking, "({command: new ArrayBuffer(4)})", R"({"command": {"$type": "arraybuffer", "base64": "AAAAAA=="}})", kNoCommandAsked},
+    {"a command that is an ArrayBuffer", Path::Async, "({command: new ArrayBuffer(4)})", R"({"command": {"$type": "arraybuffer", "bytes": [0, 0, 0, 0]}})", kNoCommandPosted},
+    {"a command that is an ArrayBuffer", Path::Blocking, "({command: new ArrayBuffer(4)})", R"({"command": {"$type": "arraybuffer", "bytes": [0, 0, 0, 0]}})", kNoCommandAsked},
     {"a login page with data that is undefined", Path::Async, "({command: 'sso_plugin_show_login_page', data: undefined})", R"({"command": "sso_plugin_show_login_page", "data": {"$type": "undefined"}})", kLoginData},
-    {"a login page with data that is an ArrayBuffer", Path::Async, "({command: 'sso_plugin_show_login_page', data: new ArrayBuffer(4)})", R"({"command": "sso_plugin_show_login_page", "data": {"$type": "arraybuffer", "base64": "AAAAAA=="}})", kLoginData},
+    {"a login page with data that is an ArrayBuffer", Path::Async, "({command: 'sso_plugin_show_login_page', data: new ArrayBuffer(4)})", R"({"command": "sso_plugin_show_login_page", "data": {"$type": "arraybuffer", "bytes": [0, 0, 0, 0]}})", kLoginData},
 };
 
 // A login page that is shown answers when it ends, with the state that the client library says.
