@@ -2,24 +2,27 @@
 #define BROWSER_APPLICATION_H_
 
 #include <QUrl>
-#include <set>
-#include <string>
+#include <vector>
 
+#include "embedder/vendor_table.h"
 #include "src/options.h"
 
 namespace browser {
 
-/// The web application that is to run.
+/// A web application that is to run.
 struct Application {
     QUrl start;
-    std::string name;
-    std::set<std::string> privileges;  ///< full identifiers
+    /// Its folder, or its origin with the path "/": pages below it are the application's. Empty for
+    /// a URL of another kind, whose pages nothing can be granted.
+    QUrl place;
+    embedder::Application told;  ///< to the instances in its pages
 };
 
-/// Reads what the options name: the folder, the manifest, the grants.
+/// Reads what the options name: the folders, the manifests, the grants.
 ///
-/// @throws StartError  when a file is missing or wrong.
-Application findApplication(const Options& options);
+/// @return one for each target.
+/// @throws embedder::InputError  when a file is missing or wrong, or two targets are one application.
+std::vector<Application> findApplications(const Options& options);
 
 }  // namespace browser
 

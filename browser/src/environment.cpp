@@ -5,8 +5,9 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "src/start_error.h"
-#include "wrapper/extension_variables.h"
+#include "embedder/environment.h"
+#include "embedder/input_error.h"
+#include "wrapper/variables.h"
 
 namespace browser {
 namespace {
@@ -26,15 +27,16 @@ bool fitsSwitch(const fs::path& path) {
 }
 
 fs::path wrapperPath(const SessionFolder& folder) {
-    fs::path wrapper = fs::weakly_canonical(programFolder() / "../lib/libsso_browser_wrapper.so");
+    fs::path wrapper =
+        fs::weakly_canonical(embedder::programFolder() / "../lib/libsso_browser_wrapper.so");
     if (!fs::exists(wrapper)) {
-        throw StartError(kExitBadInput, wrapper.string() + ", a part of this browser, is missing");
+        throw embedder::InputError(wrapper.string() + ", a part of this browser, is missing");
     }
     if (fitsSwitch(wrapper)) return wrapper;
     fs::path link = folder.path() / "wrapper.so";
     if (!fitsSwitch(link)) {
-        throw StartError(kExitBadInput, "the temporary folder " + folder.path().string() +
-                                            " must have a plain name, without blanks; set TMPDIR");
+        throw embedder::InputError("the temporary folder " + folder.path().string() +
+                                   " must have a plain name, without blanks; set TMPDIR");
     }
     fs::create_symlink(wrapper, link);
     return link;
@@ -55,22 +57,20 @@ std::string engineSwitches(const SessionFolder& folder) {
 
 }  // namespace
 
-void prepareEnvironment(const Options& options, const Application& application,
+void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
                         const SessionFolder& folder) {
+    embedder::prepareEnvironment(options.common);
     set(kFlagsVariable, engineSwitches(folder));
-    set(kModuleVariable, fs::absolute(options.module).lexically_normal().string());
-    const nlohmann::json extension = {{"name", application.name},
-                                      {"grants", application.privileges}};
+    set(kModuleVariable, fs::absolute(options.common.module).lexically_normal().string());
+    nlohmann::json told = nlohmann::json::array();
+    for (const Application& application : applications) {
+        if (application.place.isEmpty()) continue;
+        told.push_back({{"place", application.place.toEncoded().toStdString()},
+                        {"name", application.told.name},
+                        {"grants", application.told.grants}});
+    }
     using Json = nlohmann::json;
-    set(kExtensionVariable, extension.dump(-1, ' ', false, Json::error_handler_t::replace));
-    if (!options.account.empty()) {
-        set("SSO_ACCOUNT_FILE", fs::absolute(options.account).string());
-    }
-    if (options.log) {
-        set("DLOG_LEVEL", "detail");
-    } else {
-        setDefault("DLOG_LEVEL", "silent");
-    }
+    set(kApplicationsVariable, told.dump(-1, ' ', false, Json::error_handler_t::replace));
     setDefault("MESA_SHADER_CACHE_DISABLE", "true");  // nothing is kept on disk
     setDefault("XDG_RUNTIME_DIR", folder.path().string());
 }

@@ -10,40 +10,30 @@
 #include <optional>
 #include <utility>
 #include <variant>
+#include <vector>
 
-#include "account/account_file.h"
+#include "embedder/input_error.h"
 #include "src/application.h"
 #include "src/child_processes.h"
 #include "src/environment.h"
+#include "src/exit_code.h"
 #include "src/module_check.h"
 #include "src/options.h"
 #include "src/qt_messages.h"
 #include "src/runner.h"
 #include "src/session_folder.h"
 #include "src/signal_pipe.h"
-#include "src/start_error.h"
 #include "src/xvfb.h"
 
 namespace {
-
-using browser::StartError;
 
 std::optional<QString> readScript(const std::filesystem::path& path) {
     if (path.empty()) return std::nullopt;
     QFile file(QString::fromStdString(path.string()));
     if (std::filesystem::is_directory(path) || !file.open(QIODevice::ReadOnly)) {
-        throw StartError(browser::kExitBadInput, "the script " + path.string() + " cannot be read");
+        throw embedder::InputError("the script " + path.string() + " cannot be read");
     }
     return QString::fromUtf8(file.readAll());
-}
-
-void checkAccount(const std::filesystem::path& path) {
-    if (path.empty()) return;
-    try {
-        account::readAccountFile(path.string());
-    } catch (const account::AccountFileError& error) {
-        throw StartError(browser::kExitBadInput, error.what());
-    }
 }
 
 /// Before the page is loaded, as a mistake in a path should not cost a whole run.
@@ -55,8 +45,7 @@ void requireWritable(const std::filesystem::path& path) {
                               ? fs::is_regular_file(path) && access(path.c_str(), W_OK) == 0
                               : fs::is_directory(folder) && access(folder.c_str(), W_OK) == 0;
     if (!writable) {
-        throw StartError(browser::kExitBadInput,
-                         "the screenshot " + path.string() + " cannot be written");
+        throw embedder::InputError("the screenshot " + path.string() + " cannot be written");
     }
 }
 
@@ -69,15 +58,14 @@ bool hasDisplay() {
 }
 
 int run(const browser::Options& options) {
-    const browser::Application application = browser::findApplication(options);
-    checkAccount(options.account);
+    const std::vector<browser::Application> applications = browser::findApplications(options);
     std::optional<QString> script = readScript(options.script);
     requireWritable(options.screenshot);
-    browser::checkModule(options.module);
+    browser::checkModule(options.common.module);
 
     const int signalPipe = browser::openSignalPipe();
     const browser::SessionFolder folder;
-    browser::prepareEnvironment(options, application, folder);
+    browser::prepareEnvironment(options, applications, folder);
     const browser::ChildProcesses children;  // ends them after all that is made below is gone
     std::optional<browser::Xvfb> display;
     if (!hasDisplay()) {
@@ -99,7 +87,7 @@ int run(const browser::Options& options) {
         unsigned char number = 0;
         if (read(signalPipe, &number, 1) == 1) QCoreApplication::exit(128 + number);
     });
-    browser::Runner runner(options, application, std::move(script));
+    browser::Runner runner(options, applications, std::move(script));
     runner.start();
     return QApplication::exec();
 }
@@ -111,9 +99,9 @@ int main(int argc, char** argv) {
         const auto parsed = browser::parseOptions(argc, argv);
         if (const int* exitCode = std::get_if<int>(&parsed)) return *exitCode;
         return run(std::get<browser::Options>(parsed));
-    } catch (const StartError& error) {
+    } catch (const embedder::InputError& error) {
         std::fprintf(stderr, "sso-browser: %s\n", error.what());
-        return error.exitCode();
+        return embedder::kExitBadInput;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "sso-browser: %s\n", error.what());
         return browser::kExitFailed;

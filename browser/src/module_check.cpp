@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-#include "src/start_error.h"
+#include "embedder/input_error.h"
 
 namespace browser {
 namespace {
@@ -48,8 +48,7 @@ std::string readAll(int fd) {
 
 void checkModule(const std::filesystem::path& path) {
     const auto fail = [&](const std::string& why) {
-        throw StartError(kExitBadInput,
-                         "the plug-in " + path.string() + " cannot be loaded: " + why);
+        throw embedder::InputError("the plug-in " + path.string() + " cannot be loaded: " + why);
     };
     std::error_code error;
     if (!std::filesystem::exists(path, error)) fail("no such file");

@@ -8,7 +8,7 @@ namespace browser {
 /// Makes sure that a plug-in can be loaded, by loading it in a process of its own: the browser's
 /// plug-in process would report a mistake too late, and this process must not run a plug-in's code.
 ///
-/// @throws StartError  saying what is wrong with the file.
+/// @throws embedder::InputError  saying what is wrong with the file.
 void checkModule(const std::filesystem::path& path);
 
 }  // namespace browser

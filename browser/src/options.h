@@ -7,29 +7,25 @@
 #include <variant>
 #include <vector>
 
+#include "embedder/options.h"
+
 namespace browser {
 
 /// The command line, checked for form. Paths are as they were given, and empty when they were not.
 struct Options {
-    std::string target;  ///< a URL, or the folder of an application
-    std::filesystem::path module;
-    std::vector<std::string> grants;
-    std::filesystem::path manifest;
-    std::filesystem::path account;
-    bool log = false;
+    std::vector<std::string> targets;  ///< at least one: a URL, or the folder of an application
+    embedder::Options common;
     std::filesystem::path screenshot;
     std::optional<double> quitAfter;  ///< seconds
     std::filesystem::path script;
-    int width = 0;   ///< pixels
-    int height = 0;  ///< pixels
+    int width = 1280;  ///< pixels
+    int height = 800;  ///< pixels
 };
 
 /// @return the options, or the exit code when there is nothing to run: after --help, which goes to
 ///         stdout, and after a mistake, of which one line goes to stderr.
+/// @throws embedder::InputError  for a privilege or an account that cannot be used.
 std::variant<Options, int> parseOptions(int argc, const char* const* argv);
-
-/// The folder that holds this program.
-std::filesystem::path programFolder();
 
 }  // namespace browser
 

@@ -6,7 +6,7 @@
 #include <QString>
 #include <cstdio>
 
-#include "src/start_error.h"
+#include "src/exit_code.h"
 
 namespace browser {
 namespace {

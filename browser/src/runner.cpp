@@ -2,12 +2,11 @@
 
 #include <QCoreApplication>
 #include <QPixmap>
-#include <QWebEngineSettings>
 #include <cmath>
 #include <cstdio>
 #include <utility>
 
-#include "src/start_error.h"
+#include "src/exit_code.h"
 
 namespace browser {
 namespace {
@@ -24,39 +23,30 @@ QString nameOf(const std::filesystem::path& path) {
 
 }  // namespace
 
-Runner::Runner(const Options& options, const Application& application,
+Runner::Runner(const Options& options, const std::vector<Application>& applications,
                std::optional<QString> script)
-    : m_options(options), m_start(application.start), m_page(&m_profile) {
-    QWebEngineSettings* settings = m_page.settings();
-    settings->setAttribute(QWebEngineSettings::PluginsEnabled, true);
-    // A page that fails to load is told on stderr; the engine's own page would count as loaded.
-    settings->setAttribute(QWebEngineSettings::ErrorPageEnabled, false);
-    m_view.setPage(&m_page);
-    m_view.resize(options.width, options.height);
-    if (script) m_script.emplace(m_page, nameOf(options.script), *script);
-
-    const QString name = QString::fromStdString(application.name);
-    m_view.setWindowTitle(name);
-    QObject::connect(&m_page, &QWebEnginePage::titleChanged, [this, name](const QString& title) {
-        m_view.setWindowTitle(title.isEmpty() ? name : title);
-    });
-    QObject::connect(&m_page, &QWebEnginePage::loadFinished,
-                     [this](bool succeeded) { onLoaded(succeeded); });
-    QObject::connect(&m_page, &QWebEnginePage::renderProcessTerminated,
-                     [this](QWebEnginePage::RenderProcessTerminationStatus, int code) {
-                         fail(QStringLiteral("the page's process ended, code %1").arg(code));
-                     });
+    : m_options(options) {
+    std::vector<QUrl> places;
+    for (const Application& application : applications) places.push_back(application.place);
+    for (const Application& application : applications) {
+        m_windows.push_back(std::make_unique<Window>(
+            &m_profile, application, places, QSize(options.width, options.height),
+            [this, window = m_windows.size(), start = application.start](bool succeeded) {
+                onLoaded(window, start, succeeded);
+            },
+            [this](const QString& line) { fail(line); }));
+    }
+    if (script) m_script.emplace(m_windows.front()->page(), nameOf(options.script), *script);
     m_timer.setSingleShot(true);
 }
 
 void Runner::start() {
-    m_page.load(m_start);
-    m_view.show();
+    for (const auto& window : m_windows) window->start();
 }
 
-void Runner::onLoaded(bool succeeded) {
-    if (std::exchange(m_loaded, true)) return;  // the page went on to another one
-    if (!succeeded) return fail(m_start.toDisplayString() + QStringLiteral(" cannot be loaded"));
+void Runner::onLoaded(std::size_t window, const QUrl& start, bool succeeded) {
+    if (!succeeded) return fail(start.toDisplayString() + QStringLiteral(" cannot be loaded"));
+    if (window != 0) return;
     if (!m_script) return waitForEnd();
     m_script->run([this](const PageScript::End& end) { onScriptEnd(end); });
 }
@@ -83,7 +73,7 @@ void Runner::waitForEnd() {
 bool Runner::takeScreenshot() {
     if (m_options.screenshot.empty()) return true;
     const QString file = QString::fromStdString(m_options.screenshot.string());
-    if (m_view.grab().save(file, "PNG")) return true;
+    if (m_windows.front()->view().grab().save(file, "PNG")) return true;
     complain(QStringLiteral("sso-browser: the screenshot %1 cannot be written").arg(file));
     return false;
 }

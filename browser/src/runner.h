@@ -4,30 +4,32 @@
 #include <QString>
 #include <QTimer>
 #include <QWebEngineProfile>
-#include <QWebEngineView>
+#include <memory>
 #include <optional>
+#include <vector>
 
 #include "src/application.h"
 #include "src/options.h"
 #include "src/page_script.h"
-#include "src/web_page.h"
+#include "src/window.h"
 
 namespace browser {
 
-/// The window, and what happens in it: load, script, waiting, screenshot, end. All on the thread of
-/// the event loop, which it ends with the program's exit code.
+/// The windows, one for each application, and what happens in the first: load, script, waiting,
+/// screenshot, end. All on the thread of the event loop, which it ends with the program's exit code.
 class Runner {
   public:
     /// @param script  what --run-script names, already read; nothing without that option.
-    Runner(const Options& options, const Application& application, std::optional<QString> script);
+    Runner(const Options& options, const std::vector<Application>& applications,
+           std::optional<QString> script);
     Runner(const Runner&) = delete;
     Runner& operator=(const Runner&) = delete;
 
-    /// Shows the window and begins to load the page.
+    /// Shows the windows and begins to load their pages.
     void start();
 
   private:
-    void onLoaded(bool succeeded);
+    void onLoaded(std::size_t window, const QUrl& start, bool succeeded);
     void onScriptEnd(const PageScript::End& end);
     void waitForEnd();
     /// Writes the screenshot, when one is wanted. False, after a line on stderr, when that fails.
@@ -37,14 +39,10 @@ class Runner {
     void fail(const QString& line);
 
     const Options m_options;
-    const QUrl m_start;
-    // In this order, so that the view goes before its page, and the page before its profile.
     QWebEngineProfile m_profile;  // without a name: nothing is kept on disk
-    WebPage m_page;
-    QWebEngineView m_view;
+    std::vector<std::unique_ptr<Window>> m_windows;
     std::optional<PageScript> m_script;
     QTimer m_timer;
-    bool m_loaded = false;
 };
 
 }  // namespace browser

@@ -4,10 +4,9 @@
 
 #include <cerrno>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 #include <system_error>
-
-#include "src/start_error.h"
 
 namespace browser {
 
@@ -16,8 +15,8 @@ SessionFolder::SessionFolder() {
     const std::filesystem::path parent = std::filesystem::temp_directory_path(error);
     std::string name = ((error ? "/tmp" : parent) / "sso-browser-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
-        throw StartError(kExitFailed, "cannot make a temporary folder in " + parent.string() +
-                                          ": " + std::strerror(errno));
+        throw std::runtime_error("cannot make a temporary folder in " + parent.string() + ": " +
+                                 std::strerror(errno));
     }
     m_path = name;
 }

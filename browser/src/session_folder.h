@@ -8,7 +8,7 @@ namespace browser {
 /// A temporary folder that only this user can enter. Goes, with all it holds, with the object.
 class SessionFolder {
   public:
-    /// @throws StartError  when no folder can be made.
+    /// @throws std::runtime_error  when no folder can be made.
     SessionFolder();
     ~SessionFolder();
     SessionFolder(const SessionFolder&) = delete;

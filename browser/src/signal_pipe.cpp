@@ -6,8 +6,7 @@
 
 #include <array>
 #include <cerrno>
-
-#include "src/start_error.h"
+#include <stdexcept>
 
 namespace browser {
 namespace {
@@ -27,7 +26,7 @@ void onSignal(int number) {
 int openSignalPipe() {
     std::array<int, 2> ends;
     if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
-        throw StartError(kExitFailed, "no pipe to be had");
+        throw std::runtime_error("no pipe to be had");
     }
     writeEnd = ends[1];
     struct sigaction action = {};

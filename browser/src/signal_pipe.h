@@ -8,7 +8,7 @@ namespace browser {
 ///
 /// @return a file descriptor, valid for the life of the process, that gives one byte for each
 ///         signal: its number.
-/// @throws StartError  when the system has no pipe left.
+/// @throws std::runtime_error  when the system has no pipe left.
 int openSignalPipe();
 
 }  // namespace browser

@@ -9,8 +9,7 @@
 
 #include <array>
 #include <cerrno>
-
-#include "src/start_error.h"
+#include <stdexcept>
 
 namespace browser {
 namespace {
@@ -52,7 +51,7 @@ std::string readNumber(int fd) {
 Xvfb::Xvfb(int width, int height) {
     const std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
     std::array<int, 2> ends;
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) throw StartError(kExitFailed, "no pipe to be had");
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe to be had");
     const pid_t parent = getpid();
     m_pid = fork();
     if (m_pid == 0) becomeXvfb(parent, ends[1], screen);
@@ -67,11 +66,11 @@ Xvfb::Xvfb(int width, int height) {
     const bool ended = m_pid > 0 && waitpid(m_pid, &status, WNOHANG) == m_pid;
     if (!ended) end();
     if (ended && WIFEXITED(status) && WEXITSTATUS(status) == kNotFound) {
-        throw StartError(kExitFailed,
-                         "there is no display (DISPLAY and WAYLAND_DISPLAY are not set), and no "
-                         "Xvfb to make a virtual one: install xvfb");
+        throw std::runtime_error(
+            "there is no display (DISPLAY and WAYLAND_DISPLAY are not set), and no "
+            "Xvfb to make a virtual one: install xvfb");
     }
-    throw StartError(kExitFailed, "Xvfb, the virtual display, does not start");
+    throw std::runtime_error("Xvfb, the virtual display, does not start");
 }
 
 Xvfb::~Xvfb() { end(); }

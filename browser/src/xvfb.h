@@ -15,7 +15,7 @@ class Xvfb {
     /// the thread that made it.
     ///
     /// @param width,height  of the screen, in pixels.
-    /// @throws StartError   when Xvfb is not installed or does not start.
+    /// @throws std::runtime_error   when Xvfb is not installed or does not start.
     Xvfb(int width, int height);
     ~Xvfb();
     Xvfb(const Xvfb&) = delete;

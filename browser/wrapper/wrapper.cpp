@@ -1,6 +1,7 @@
 // The module that the browser loads in the plug-in's place. It loads the plug-in, forwards the three
 // entry points to it, and adds the one interface that this browser lacks: the runtime's vendor
-// interface, answered by the development table.
+// interface. Before an instance is made, it finds out to which application the instance's page
+// belongs: all applications of a browser share the plug-in process.
 //
 // Nothing happens at load time: the browser loads its modules into the process from which it forks
 // all others. The plug-in is loaded when the plug-in process initialises the module.
@@ -12,14 +13,19 @@
 #include <cstring>
 #include <exception>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "embedder/vendor_table.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppp.h"
-#include "runtime/development_extension.h"
-#include "wrapper/extension_variables.h"
+#include "ppapi/c/ppp_instance.h"
+#include "wrapper/page_urls.h"
+#include "wrapper/place.h"
+#include "wrapper/variables.h"
 
 namespace {
 
@@ -33,10 +39,15 @@ struct Plugin {
 Plugin plugin;
 PPB_GetInterface browserInterface = nullptr;
 
+// All below: the module's main thread.
+std::optional<browser::PageUrls> pageUrls;
+std::vector<browser::PlacedApplication> applications;
+const PPP_Instance_1_1* pluginInstance = nullptr;  // null until the browser asks for it
+
 /// What the plug-in gets as the browser's get-interface function.
 const void* getBrowserInterface(const char* name) {
     if (name != nullptr && std::strcmp(name, PPB_EXTENSIONSYSTEM_KORVANE_INTERFACE_0_1) == 0) {
-        return runtime::developmentExtensionTable();
+        return embedder::vendorTable();
     }
     return browserInterface(name);
 }
@@ -47,18 +58,45 @@ std::string variable(const char* name) {
     return value;
 }
 
-runtime::DevelopmentExtension readExtension() {
-    runtime::DevelopmentExtension extension;
-    extension.getInterface = browserInterface;
+std::vector<browser::PlacedApplication> readApplications() {
+    std::vector<browser::PlacedApplication> found;
     try {
-        const auto told = nlohmann::json::parse(variable(browser::kExtensionVariable));
-        extension.applicationName = told.at("name").get<std::string>();
-        extension.grants = told.at("grants").get<std::set<std::string>>();
+        for (const auto& told : nlohmann::json::parse(variable(browser::kApplicationsVariable))) {
+            const auto folder = pageUrls->placeOf(told.at("place").get<std::string>());
+            if (!folder) continue;  // nothing lies there
+            found.push_back({*folder,
+                             {told.at("name").get<std::string>(),
+                              told.at("grants").get<std::set<std::string>>()}});
+        }
     } catch (const nlohmann::json::exception&) {
-        throw std::runtime_error(std::string(browser::kExtensionVariable) +
-                                 R"( must be {"name": text, "grants": [texts]})");
+        throw std::runtime_error(std::string(browser::kApplicationsVariable) +
+                                 R"( must be [{"place": URL, "name": text, "grants": [texts]}])");
     }
-    return extension;
+    return found;
+}
+
+PP_Bool didCreate(PP_Instance instance, std::uint32_t count, const char* names[],
+                  const char* values[]) {
+    // The plug-in asks for its privileges in DidCreate.
+    const std::optional<browser::Place> page = pageUrls->pageOf(instance);
+    embedder::setApplication(instance,
+                             browser::applicationOf(page.value_or(browser::Place{}), applications));
+    return pluginInstance->DidCreate(instance, count, names, values);
+}
+
+/// Also of an instance that was refused.
+void didDestroy(PP_Instance instance) {
+    pluginInstance->DidDestroy(instance);
+    embedder::forgetInstance(instance);
+}
+
+/// The plug-in's table, with the two functions above in it.
+const PPP_Instance_1_1* wrappedInstance() {
+    static PPP_Instance_1_1 wrapped;
+    wrapped = *pluginInstance;
+    wrapped.DidCreate = didCreate;
+    wrapped.DidDestroy = didDestroy;
+    return &wrapped;
 }
 
 template <typename Function>
@@ -67,7 +105,9 @@ Function entryPoint(void* library, const char* name) {
 }
 
 int32_t initialize(PP_Module module) {
-    runtime::configureDevelopmentExtension(readExtension());
+    embedder::setBrowser(browserInterface);
+    pageUrls.emplace(browserInterface);
+    applications = readApplications();
     const std::string path = variable(browser::kModuleVariable);
     // Never closed: the browser may call what it has been given for as long as the process lives.
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -100,7 +140,13 @@ int32_t PPP_InitializeModule(PP_Module module, PPB_GetInterface get_browser_inte
 
 const void* PPP_GetInterface(const char* interface_name) {
     // The browser goes on asking after a failed initialisation.
-    return plugin.getInterface == nullptr ? nullptr : plugin.getInterface(interface_name);
+    if (plugin.getInterface == nullptr) return nullptr;
+    const void* table = plugin.getInterface(interface_name);
+    if (table == nullptr || std::strcmp(interface_name, PPP_INSTANCE_INTERFACE_1_1) != 0) {
+        return table;
+    }
+    pluginInstance = static_cast<const PPP_Instance_1_1*>(table);
+    return wrappedInstance();
 }
 
 void PPP_ShutdownModule() {

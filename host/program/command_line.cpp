@@ -1,11 +1,8 @@
 #include "command_line.h"
 
 #include <CLI/CLI.hpp>
-#include <filesystem>
-#include <vector>
 
-#include "account/account_file.h"
-#include "runtime/application_manifest.h"
+#include "embedder/application_manifest.h"
 
 namespace {
 
@@ -18,11 +15,13 @@ Input, one object per line; instance 1 is there from the start:
   {"post": VALUE}          postMessage          optional: "instance": N (default: the lowest)
   {"call": VALUE}          a blocking message   optional: "instance": N, "timeout": SECONDS (30)
   {"embed": true}          another instance     or {"embed": {"attribute": "text", ...}}
+                           of another application with "grant": ["NAME", ...] or
+                           "manifest": "FILE" or both; else of the command line's
   {"destroy": N}           removes an instance
   {"unregister": N}        takes its message handler away
   {"wait": N}              until N more messages have come     optional: "timeout": SECONDS (30)
 VALUE is JSON; what JSON lacks is {"$type":"undefined"}, {"$type":"double","value":1.0},
-{"$type":"arraybuffer","base64":"AAH/"}.
+{"$type":"arraybuffer","bytes":[0,1,255]}.
 
 At the end of the input it waits until each post was answered by a message, but not longer than
 --linger, then unloads the module.
@@ -36,37 +35,16 @@ Examples:
   sso-host --grant partner --account account/examples/signed-in.json < requests.jsonl
   printf '%s\n' '{"post":{"command":"sso_plugin_getVersion"}}' '{"wait":1}' | sso-host)";
 
-std::string defaultModule() {
-    std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return (program.parent_path().parent_path() / "lib" / "libsso.so").string();
-}
-
 }  // namespace
 
 CommandLine readCommandLine(int argc, char** argv) {
-    CommandLine commandLine;
-    std::vector<std::string> grants;
-    std::string manifest;
-    std::string account;
-    bool noExtension = false;
-    double linger = 5;
-
     CLI::App app(kDescription, "sso-host");
     app.footer(kHelpEnd);
-    app.add_option(
-           "--module", commandLine.modulePath,
-           "The module's shared object (default: ../lib/libsso.so, from this program's folder)")
-        ->type_name("PATH");
-    app.add_option("--grant", grants,
-                   "Grant a privilege: partner, platform, public, or its full URL; repeatable")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
-    app.add_option("--manifest", manifest, "Take name and privileges of this application")
-        ->type_name("FILE");
-    app.add_option("--account", account, "Let this account be on the device")->type_name("FILE");
+    const embedder::CommonOptions common(app, "Take name and privileges of this application");
+    CommandLine commandLine;
+    bool noExtension = false;
+    double linger = 5;
     app.add_flag("--no-extension", noExtension, "Do not offer the vendor interface");
-    app.add_flag("--log", commandLine.log, "Show the module's log lines on standard error");
     app.add_option("--linger", linger, "Longest wait for answers at the end of the input")
         ->type_name("SECONDS")
         ->check([](const std::string& text) {
@@ -76,26 +54,22 @@ CommandLine readCommandLine(int argc, char** argv) {
             return good ? std::string() : "must be a number of seconds from 0 to 86400";
         })
         ->capture_default_str();
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        throw CommandLineEnd{app.exit(error) == 0 ? 0 : kCannotStart};
-    }
+    if (const auto end = embedder::parseCommandLine(app, argc, argv)) throw CommandLineEnd{*end};
 
-    if (commandLine.modulePath.empty()) commandLine.modulePath = defaultModule();
-    commandLine.extension = !noExtension;
+    commandLine.common = common.read();
     commandLine.linger = std::chrono::milliseconds(static_cast<std::int64_t>(linger * 1000));
-    if (!manifest.empty()) {
-        const runtime::ApplicationManifest application = runtime::readManifest(manifest);
-        commandLine.applicationName = application.name;
-        commandLine.grants = application.privileges;
-    }
-    if (!account.empty()) {
-        account::readAccountFile(account);
-        commandLine.accountFile = std::filesystem::absolute(account).string();
-    }
-    for (const std::string& grant : grants) {
-        commandLine.grants.insert(runtime::privilegeIdentifier(grant));
-    }
+    // Also when it is not offered, so that a mistake in the manifest is told.
+    commandLine.application = applicationOf(commandLine.common.manifest, commandLine.common.grants);
+    if (noExtension) commandLine.application.reset();
     return commandLine;
+}
+
+embedder::Application applicationOf(const std::string& manifest,
+                                    const std::set<std::string>& grants) {
+    embedder::Application application = {"sso-host", grants};
+    if (manifest.empty()) return application;
+    const embedder::ApplicationManifest declared = embedder::readManifest(manifest);
+    application.name = declared.name;
+    application.grants.insert(declared.privileges.begin(), declared.privileges.end());
+    return application;
 }

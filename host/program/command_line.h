@@ -2,23 +2,23 @@
 #define HOST_PROGRAM_COMMAND_LINE_H_
 
 #include <chrono>
+#include <optional>
 #include <set>
 #include <string>
 
-/// The program's exit codes.
+#include "embedder/options.h"
+#include "embedder/vendor_table.h"
+
+/// The program's exit codes, beside embedder::kExitBadInput for a run that did not start.
 constexpr int kAllWell = 0;
 constexpr int kLineErrors = 1;
-constexpr int kCannotStart = 2;
 constexpr int kReferenceProblems = 3;
 
 /// What the command line asks for.
 struct CommandLine {
-    std::string modulePath;
-    std::string applicationName = "sso-host";
-    std::set<std::string> grants;  ///< full identifiers
-    std::string accountFile;       ///< absolute, checked; empty for none
-    bool extension = true;         ///< offer the vendor interface
-    bool log = false;
+    embedder::Options common;
+    /// That the instances run in; nothing: the vendor interface is not offered.
+    std::optional<embedder::Application> application;
     std::chrono::milliseconds linger{5000};
 };
 
@@ -28,8 +28,15 @@ struct CommandLineEnd {
 };
 
 /// @throws CommandLineEnd  see there.
-/// @throws runtime::ManifestError  for a manifest or privilege that cannot be used.
-/// @throws account::AccountFileError  for an account file that cannot be used.
+/// @throws embedder::InputError  for a manifest, a privilege or an account that cannot be used.
 CommandLine readCommandLine(int argc, char** argv);
+
+/// The application that a manifest describes, or a nameless one without a manifest, with more grants.
+///
+/// @param manifest  path, or empty.
+/// @param grants    full identifiers.
+/// @throws embedder::InputError  for a manifest that cannot be used.
+embedder::Application applicationOf(const std::string& manifest,
+                                    const std::set<std::string>& grants);
 
 #endif

@@ -1,23 +1,17 @@
 #include <csignal>
-#include <cstdlib>
 #include <exception>
 #include <iostream>
 
 #include "command_line.h"
-#include "session.h"
+#include "embedder/environment.h"
+#include "json_lines.h"
 
 namespace {
 
 int runProgram(int argc, char** argv) {
     const CommandLine commandLine = readCommandLine(argc, argv);
-    // The development log service reads it once, when the module's first line is written.
-    setenv("DLOG_LEVEL", commandLine.log ? "detail" : "silent", commandLine.log ? 1 : 0);
-    // The development client library reads it with the first question about the account.
-    if (!commandLine.accountFile.empty()) {
-        setenv("SSO_ACCOUNT_FILE", commandLine.accountFile.c_str(), 1);
-    }
-    Session session(commandLine);
-    return session.run(std::cin);
+    embedder::prepareEnvironment(commandLine.common);
+    return playJsonLines(commandLine);
 }
 
 }  // namespace
@@ -32,6 +26,6 @@ int main(int argc, char** argv) {
         return end.exitCode;
     } catch (const std::exception& error) {
         std::cerr << "sso-host: " << error.what() << '\n';
-        return kCannotStart;
+        return embedder::kExitBadInput;
     }
 }

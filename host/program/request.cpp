@@ -1,11 +1,15 @@
 #include "request.h"
 
-#include <iterator>
+#include <set>
 
+#include "command_line.h"
+#include "embedder/application_manifest.h"
+#include "host/session.h"
 #include "host/value_json.h"
 
 namespace {
 
+using host::RequestError;
 using host::Value;
 using Verb = Request::Verb;
 
@@ -14,15 +18,16 @@ struct Row {
     Verb verb;
     bool takesInstance;
     bool takesTimeout;
+    bool takesApplication;
 };
 
 constexpr Row kVerbs[] = {
-    {"post", Verb::Post, true, false},
-    {"call", Verb::Call, true, true},
-    {"embed", Verb::Embed, false, false},
-    {"destroy", Verb::Destroy, false, false},
-    {"unregister", Verb::Unregister, false, false},
-    {"wait", Verb::Wait, false, true},
+    {"post", Verb::Post, true, false, false},
+    {"call", Verb::Call, true, true, false},
+    {"embed", Verb::Embed, false, false, true},
+    {"destroy", Verb::Destroy, false, false, false},
+    {"unregister", Verb::Unregister, false, false, false},
+    {"wait", Verb::Wait, false, true, false},
 };
 
 constexpr double kLongestTimeout = 86400;
@@ -72,6 +77,27 @@ host::Attributes attributesOf(const Value& value) {
     return attributes;
 }
 
+/// The application of a line that names one, in "grant", "manifest" or both.
+std::optional<embedder::Application> applicationIn(const Value& line) {
+    if (!line.has("grant") && !line.has("manifest")) return std::nullopt;
+    const Value grant = line.has("grant") ? line["grant"] : Value::Array{};
+    const Value manifest = line.has("manifest") ? line["manifest"] : "";
+    if (!grant.isArray()) throw RequestError("\"grant\" must be an array of texts");
+    if (!manifest.isString() || (line.has("manifest") && manifest.asString().empty())) {
+        throw RequestError("\"manifest\" must be the name of a file");
+    }
+    try {
+        std::set<std::string> grants;
+        for (const Value& name : grant.asArray()) {
+            if (!name.isString()) throw RequestError("\"grant\" must be an array of texts");
+            grants.insert(embedder::privilegeIdentifier(name.asString()));
+        }
+        return applicationOf(manifest.asString(), grants);
+    } catch (const embedder::InputError& error) {
+        throw RequestError(error.what());
+    }
+}
+
 }  // namespace
 
 Request parseRequest(const std::string& line) {
@@ -91,7 +117,8 @@ Request parseRequest(const std::string& line) {
             request.instance = positiveNumber(value, key);
         } else if (key == "timeout" && row.takesTimeout) {
             request.timeout = timeoutOf(value);
-        } else if (key != row.name) {
+        } else if (key != row.name &&
+                   !(row.takesApplication && (key == "grant" || key == "manifest"))) {
             throw RequestError("unknown key \"" + key + "\" beside \"" + row.name + "\"");
         }
     }
@@ -104,6 +131,7 @@ Request parseRequest(const std::string& line) {
             break;
         case Verb::Embed:
             request.attributes = attributesOf(argument);
+            request.application = applicationIn(object);
             break;
         case Verb::Destroy:
         case Verb::Unregister:

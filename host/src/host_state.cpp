@@ -3,6 +3,7 @@
 #include <mutex>
 #include <utility>
 
+#include "base/never_destroyed.h"
 #include "host/browser_interfaces.h"
 #include "resource_table.h"
 #include "thread_loop.h"
@@ -17,13 +18,13 @@ struct Current {
 
 Current& currentSlot() {
     // Never destroyed: a module's thread may still ask while the process ends.
-    static Current& slot = *new Current;
-    return slot;
+    static base::NeverDestroyed<Current> slot;
+    return *slot;
 }
 
 }  // namespace
 
-HostState::HostState(PluginHost::Options options)
+HostState::HostState(HostOptions options)
     : m_options(std::move(options)),
       m_mainLoop(std::make_shared<MessageLoop>()),
       m_mainLoopResource(ResourceTable::instance().addMainLoop(m_mainLoop)),

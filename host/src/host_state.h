@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "host/plugin_host.h"
+#include "host/options.h"
 #include "instances.h"
 #include "message_loop.h"
 #include "page.h"
@@ -16,7 +16,7 @@ namespace host {
 /// What the interfaces' C functions work on while a module is loaded. Any thread.
 class HostState {
   public:
-    explicit HostState(PluginHost::Options options);
+    explicit HostState(HostOptions options);
 
     /// Null while no module is loaded. A caller's copy stays usable when it is unloaded meanwhile.
     static std::shared_ptr<HostState> current();
@@ -34,14 +34,14 @@ class HostState {
     void leaveMainThread() { m_mainThread = std::thread::id(); }
     bool isMainThread() const { return m_mainThread.load() == std::this_thread::get_id(); }
 
-    const PluginHost::Options& options() const { return m_options; }
+    const HostOptions& options() const { return m_options; }
     MessageLoop& mainLoop() { return *m_mainLoop; }
     PP_Resource mainLoopResource() const { return m_mainLoopResource; }
     Instances& instances() { return m_instances; }
     Page& page() { return m_page; }
 
   private:
-    const PluginHost::Options m_options;
+    const HostOptions m_options;
     const std::shared_ptr<MessageLoop> m_mainLoop;
     const PP_Resource m_mainLoopResource;
     std::atomic<std::thread::id> m_mainThread{};

@@ -22,7 +22,7 @@ void ModuleLibrary::fail(const std::string& reason) const {
 
 void* ModuleLibrary::symbol(const char* name) const { return dlsym(m_handle, name); }
 
-void ModuleLibrary::open(const PluginHost::Options& options) {
+void ModuleLibrary::open(const HostOptions& options) {
     if (options.entryPoints) {
         m_name = "in this program";
         m_entry = *options.entryPoints;

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/plugin_host.h"
+#include "host/options.h"
 #include "ppapi/c/ppp_instance.h"
 #include "ppapi/c/ppp_messaging.h"
 
@@ -20,7 +20,7 @@ class ModuleLibrary {
     /// Opens the shared object and looks up the entry points; takes those of the options, if any.
     ///
     /// @throws LoadError
-    void open(const PluginHost::Options& options);
+    void open(const HostOptions& options);
 
     /// @throws LoadError  when PPP_InitializeModule fails.
     void initialize(PPB_GetInterface getInterface);

@@ -40,7 +40,8 @@ class PluginHost::Impl {
     void requireModule() const;
     void stop();
 
-    PP_Instance create(const Attributes& attributes);
+    PP_Instance create(const Attributes& attributes,
+                       const std::function<void(PP_Instance)>& beforeCreate);
     bool remove(PP_Instance instance);
     void runOnMain(const std::function<void()>& function);
     void postToMain(MessageLoop::Task task);
@@ -131,7 +132,8 @@ void PluginHost::Impl::runOnMain(const std::function<void()>& function) {
     if (failure != nullptr) std::rethrow_exception(std::exchange(failure, nullptr));
 }
 
-PP_Instance PluginHost::Impl::create(const Attributes& attributes) {
+PP_Instance PluginHost::Impl::create(const Attributes& attributes,
+                                     const std::function<void(PP_Instance)>& beforeCreate) {
     const PPP_Instance_1_1* table = m_module.instanceInterface();
     if (table == nullptr) throw EmbedError("the module has no " PPP_INSTANCE_INTERFACE_1_1);
 
@@ -145,6 +147,7 @@ PP_Instance PluginHost::Impl::create(const Attributes& attributes) {
     values.push_back(nullptr);
 
     const PP_Instance instance = m_state->instances().add();
+    if (beforeCreate) beforeCreate(instance);
     if (table->DidCreate(instance, static_cast<std::uint32_t>(attributes.size()), names.data(),
                          values.data()) == PP_FALSE) {
         remove(instance);
@@ -200,9 +203,10 @@ void PluginHost::unload() { m_impl->stop(); }
 
 bool PluginHost::moduleIsLoaded() const { return m_impl->module().isMapped(); }
 
-PP_Instance PluginHost::embed(const Attributes& attributes) {
+PP_Instance PluginHost::embed(const Attributes& attributes,
+                              const std::function<void(PP_Instance)>& beforeCreate) {
     PP_Instance instance = 0;
-    m_impl->runOnMain([&] { instance = m_impl->create(attributes); });
+    m_impl->runOnMain([&] { instance = m_impl->create(attributes, beforeCreate); });
     return instance;
 }
 

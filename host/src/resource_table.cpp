@@ -9,8 +9,8 @@ constexpr std::size_t kMaxProblems = 1000;
 
 ResourceTable& ResourceTable::instance() {
     // Never destroyed: a module's thread may still release a resource while the process ends.
-    static ResourceTable& table = *new ResourceTable;
-    return table;
+    static base::NeverDestroyed<ResourceTable> table;
+    return *table;
 }
 
 PP_Resource ResourceTable::add(Entry entry) {

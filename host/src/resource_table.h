@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/never_destroyed.h"
 #include "host/live_resource.h"
 #include "message_loop.h"
 #include "ppapi/c/pp_instance.h"
@@ -63,6 +64,7 @@ class ResourceTable {
         int varReferences = 0;
     };
 
+    friend class base::NeverDestroyed<ResourceTable>;
     ResourceTable() = default;
     PP_Resource add(Entry entry);
     const Entry* find(PP_Resource resource) const;  // null for a dead one too

@@ -1,5 +1,6 @@
 #include "host/value.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <nlohmann/json.hpp>
@@ -11,44 +12,6 @@ namespace host {
 namespace {
 
 const Value kUndefined;
-
-// Containers whose last owner went away on this thread and whose content waits for its turn.
-thread_local std::vector<Value>* t_orphans = nullptr;
-
-void orphan(Value& child) {
-    if (child.isArray() || child.isDictionary()) t_orphans->push_back(std::move(child));
-}
-
-void orphanContent(Value::Array& elements) {
-    for (Value& element : elements) orphan(element);
-}
-
-void orphanContent(Value::Dictionary& members) {
-    for (auto& member : members) orphan(member.second);
-}
-
-// Nested containers die one after the other, not one inside the other: depth costs no stack.
-template <typename Container>
-void destroyContainer(Container* container) {
-    const std::unique_ptr<Container> owner(container);
-    if (t_orphans != nullptr) {
-        orphanContent(*container);
-        return;
-    }
-    std::vector<Value> orphans;
-    t_orphans = &orphans;
-    orphanContent(*container);
-    while (!orphans.empty()) {
-        const Value next = std::move(orphans.back());
-        orphans.pop_back();
-    }
-    t_orphans = nullptr;
-}
-
-template <typename Container>
-std::shared_ptr<const Container> shared(Container content) {
-    return {new Container(std::move(content)), destroyContainer<Container>};
-}
 
 bool sameDouble(double left, double right) {
     if (std::isnan(left) || std::isnan(right)) return std::isnan(left) && std::isnan(right);
@@ -160,8 +123,26 @@ class Printer {
 
 }  // namespace
 
-Value::Value(Array elements) : m_data(shared(std::move(elements))) {}
-Value::Value(Dictionary members) : m_data(shared(std::move(members))) {}
+ValueDepthError::ValueDepthError()
+    : std::length_error("nested deeper than " + std::to_string(kMaxValueDepth) + " levels") {}
+
+std::size_t Value::depthAround(std::size_t inner) {
+    if (inner >= kMaxValueDepth) throw ValueDepthError();
+    return inner + 1;
+}
+
+Value::Value(Array elements) {
+    for (const Value& element : elements) m_depth = std::max(m_depth, element.m_depth);
+    m_depth = depthAround(m_depth);
+    m_data = std::make_shared<const Array>(std::move(elements));
+}
+
+Value::Value(Dictionary members) {
+    for (const auto& member : members) m_depth = std::max(m_depth, member.second.m_depth);
+    m_depth = depthAround(m_depth);
+    m_data = std::make_shared<const Dictionary>(std::move(members));
+}
+
 Value::Value(Buffer bytes) : m_data(std::make_shared<const Buffer>(std::move(bytes))) {}
 
 bool Value::asBool() const { return contentOf<bool>(m_data, Type::Bool, type()); }
@@ -202,52 +183,28 @@ const Value& Value::at(std::size_t index) const {
 }
 
 bool operator==(const Value& left, const Value& right) {
-    std::vector<std::pair<const Value*, const Value*>> pending{{&left, &right}};
-    while (!pending.empty()) {
-        const auto [a, b] = pending.back();
-        pending.pop_back();
-        if (a->type() != b->type()) return false;
-        switch (a->type()) {
-            case Value::Type::Undefined:
-            case Value::Type::Null:
-                break;
-            case Value::Type::Bool:
-                if (a->asBool() != b->asBool()) return false;
-                break;
-            case Value::Type::Int32:
-                if (a->asInt32() != b->asInt32()) return false;
-                break;
-            case Value::Type::Double:
-                if (!sameDouble(a->asDouble(), b->asDouble())) return false;
-                break;
-            case Value::Type::String:
-                if (a->asString() != b->asString()) return false;
-                break;
-            case Value::Type::Buffer:
-                if (a->asBuffer() != b->asBuffer()) return false;
-                break;
-            case Value::Type::Array: {
-                const Value::Array& as = a->asArray();
-                const Value::Array& bs = b->asArray();
-                if (&as == &bs) break;
-                if (as.size() != bs.size()) return false;
-                for (std::size_t i = 0; i < as.size(); ++i) pending.emplace_back(&as[i], &bs[i]);
-                break;
-            }
-            case Value::Type::Dictionary: {
-                const Value::Dictionary& as = a->asDictionary();
-                const Value::Dictionary& bs = b->asDictionary();
-                if (&as == &bs) break;
-                if (as.size() != bs.size()) return false;
-                for (auto i = as.begin(), j = bs.begin(); i != as.end(); ++i, ++j) {
-                    if (i->first != j->first) return false;
-                    pending.emplace_back(&i->second, &j->second);
-                }
-                break;
-            }
-        }
+    if (left.type() != right.type()) return false;
+    switch (left.type()) {
+        case Value::Type::Undefined:
+        case Value::Type::Null:
+            return true;
+        case Value::Type::Bool:
+            return left.asBool() == right.asBool();
+        case Value::Type::Int32:
+            return left.asInt32() == right.asInt32();
+        case Value::Type::Double:
+            return sameDouble(left.asDouble(), right.asDouble());
+        case Value::Type::String:
+            return left.asString() == right.asString();
+        case Value::Type::Buffer:
+            return left.asBuffer() == right.asBuffer();
+        case Value::Type::Array:
+            return &left.asArray() == &right.asArray() || left.asArray() == right.asArray();
+        case Value::Type::Dictionary:
+            return &left.asDictionary() == &right.asDictionary() ||
+                   left.asDictionary() == right.asDictionary();
     }
-    return true;
+    return false;
 }
 
 const char* typeName(Value::Type type) {

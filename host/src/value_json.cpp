@@ -3,10 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <utility>
-
-#include "base64.h"
 
 namespace host {
 namespace {
@@ -28,78 +25,90 @@ Value numberValue(double number) {
     return number;
 }
 
-Value leafValue(const json& leaf) {
-    switch (leaf.type()) {
+Value taggedDouble(const json& object) {
+    const auto number = object.find("value");
+    if (number != object.end()) {
+        if (number->is_number()) return number->get<double>();
+        if (*number == "NaN") return std::numeric_limits<double>::quiet_NaN();
+        if (*number == "Infinity") return std::numeric_limits<double>::infinity();
+        if (*number == "-Infinity") return -std::numeric_limits<double>::infinity();
+        if (*number == "-0") return -0.0;
+    }
+    fail(R"("$type":"double" needs a "value": a number, "NaN", "Infinity", "-Infinity" or "-0")");
+}
+
+Value taggedBuffer(const json& object) {
+    constexpr const char* kNeeded =
+        R"("$type":"arraybuffer" needs "bytes": an array of whole numbers from 0 to 255)";
+    const auto bytes = object.find("bytes");
+    if (bytes == object.end() || !bytes->is_array()) fail(kNeeded);
+    Value::Buffer buffer;
+    for (const json& byte : *bytes) {
+        if (!byte.is_number_integer() || byte < 0 || byte > 255) fail(kNeeded);
+        buffer.push_back(byte.get<std::uint8_t>());
+    }
+    return buffer;
+}
+
+// In what follows, `left` counts the levels of containers that may still be opened.
+
+Value read(const json& node, std::size_t left);
+
+std::size_t oneLess(std::size_t left) {
+    if (left == 0) fail(ValueDepthError().what());
+    return left - 1;
+}
+
+Value readArray(const json& array, std::size_t left) {
+    Value::Array elements;
+    for (const json& element : array) elements.push_back(read(element, left));
+    return elements;
+}
+
+Value readMembers(const json& object, std::size_t left) {
+    Value::Dictionary members;
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        members.emplace(member.key(), read(*member, left));
+    }
+    return members;
+}
+
+Value readObject(const json& object, std::size_t left) {
+    const auto type = object.find(kType);
+    if (type == object.end()) return readMembers(object, oneLess(left));
+    if (*type == "undefined" && object.size() == 1) return Value::Undefined{};
+    if (*type == "double" && object.size() == 2) return taggedDouble(object);
+    if (*type == "arraybuffer" && object.size() == 2) return taggedBuffer(object);
+    if (*type == "dictionary" && object.size() == 2) {
+        const auto literal = object.find("value");
+        if (literal != object.end() && literal->is_object()) {
+            return readMembers(*literal, oneLess(left));
+        }
+        fail(R"("$type":"dictionary" needs a "value": an object)");
+    }
+    fail(R"(an object with "$type" has an unknown type, or not just the keys of its type)");
+}
+
+Value read(const json& node, std::size_t left) {
+    switch (node.type()) {
         case json::value_t::null:
             return Value::Null{};
         case json::value_t::boolean:
-            return leaf.get<bool>();
+            return node.get<bool>();
         case json::value_t::number_integer:
         case json::value_t::number_unsigned:
         case json::value_t::number_float:
-            return numberValue(leaf.get<double>());
+            return numberValue(node.get<double>());
         case json::value_t::string:
-            return leaf.get_ref<const std::string&>();
+            return node.get_ref<const std::string&>();
+        case json::value_t::array:
+            return readArray(node, oneLess(left));
+        case json::value_t::object:
+            return readObject(node, left);
         default:
             fail("JSON of this kind stands for no value");
     }
 }
-
-Value taggedDouble(const Value& value) {
-    if (value.isInt32()) return static_cast<double>(value.asInt32());
-    if (value.isDouble()) return value;
-    if (value == Value("NaN")) return std::numeric_limits<double>::quiet_NaN();
-    if (value == Value("Infinity")) return std::numeric_limits<double>::infinity();
-    if (value == Value("-Infinity")) return -std::numeric_limits<double>::infinity();
-    if (value == Value("-0")) return -0.0;
-    fail(R"("$type":"double" needs a "value": a number, "NaN", "Infinity", "-Infinity" or "-0")");
-}
-
-Value taggedBuffer(const Value& base64) {
-    std::optional<Value::Buffer> bytes;
-    if (base64.isString()) bytes = decodeBase64(base64.asString());
-    if (!bytes) fail(R"("$type":"arraybuffer" needs "base64": a text in that encoding)");
-    return std::move(*bytes);
-}
-
-Value taggedDictionary(const Value& value) {
-    if (!value.isDictionary()) fail(R"("$type":"dictionary" needs a "value": an object)");
-    return value;
-}
-
-Value taggedValue(const Value& object) {
-    const Value& type = object[kType];
-    const std::size_t keys = object.asDictionary().size();
-    if (type == Value("undefined") && keys == 1) return Value::Undefined{};
-    if (type == Value("double") && keys == 2) return taggedDouble(object["value"]);
-    if (type == Value("arraybuffer") && keys == 2) return taggedBuffer(object["base64"]);
-    if (type == Value("dictionary") && keys == 2) return taggedDictionary(object["value"]);
-    fail(R"(an object with "$type" has an unknown type, or not just the keys of its type)");
-}
-
-// A container that is being read; its content collects here.
-struct Reading {
-    const json* node;
-    json::const_iterator next;
-    bool literal;  // "$type" is a key like any other
-    Value::Array elements = {};
-    Value::Dictionary members = {};
-
-    Value finished() {
-        if (node->is_array()) return std::move(elements);
-        const bool tagged = !literal && members.count(kType) > 0;
-        Value object = std::move(members);
-        return tagged ? taggedValue(object) : object;
-    }
-};
-
-// Objects that are being written; `next` counts the children that are done.
-struct Writing {
-    const Value* value;
-    std::size_t next = 0;
-    Value::Dictionary::const_iterator member = {};
-    const char* close = "";
-};
 
 std::string quoted(const std::string& text) {
     return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
@@ -116,94 +125,79 @@ std::string doubleText(double number) {
     return numberValue(number).isDouble() ? plain : tagged(plain);
 }
 
-std::string leafText(const Value& leaf) {
-    switch (leaf.type()) {
-        case Value::Type::Undefined:
-            return R"({"$type":"undefined"})";
-        case Value::Type::Bool:
-            return leaf.asBool() ? "true" : "false";
-        case Value::Type::Int32:
-            return std::to_string(leaf.asInt32());
-        case Value::Type::Double:
-            return doubleText(leaf.asDouble());
-        case Value::Type::String:
-            return quoted(leaf.asString());
-        case Value::Type::Buffer:
-            return R"({"$type":"arraybuffer","base64":")" + encodeBase64(leaf.asBuffer()) + "\"}";
-        default:
-            return "null";
+void write(std::string& out, const Value& value);
+
+void writeArray(std::string& out, const Value::Array& elements) {
+    const char* separator = "[";
+    for (const Value& element : elements) {
+        out += std::exchange(separator, ",");
+        write(out, element);
     }
+    out += elements.empty() ? "[]" : "]";
 }
 
-// The parser itself does not recurse, but needs memory per level; a line of brackets is no value.
-void checkDepth(std::string_view text) {
-    std::size_t depth = 0;
-    bool inString = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (c == '"') inString = !inString;
-        if (inString) {
-            if (c == '\\') ++i;
-        } else if (c == '[' || c == '{') {
-            if (++depth > kMaxJsonDepth) {
-                fail("nested deeper than " + std::to_string(kMaxJsonDepth) + " levels");
-            }
-        } else if ((c == ']' || c == '}') && depth > 0) {
-            --depth;
-        }
+void writeDictionary(std::string& out, const Value::Dictionary& members) {
+    const bool escaped = members.count(kType) > 0;
+    if (escaped) out += R"({"$type":"dictionary","value":)";
+    const char* separator = "{";
+    for (const auto& [key, member] : members) {
+        out += std::exchange(separator, ",");
+        out += quoted(key) + ':';
+        write(out, member);
+    }
+    out += members.empty() ? "{}" : "}";
+    if (escaped) out += '}';
+}
+
+void write(std::string& out, const Value& value) {
+    switch (value.type()) {
+        case Value::Type::Undefined:
+            out += R"({"$type":"undefined"})";
+            return;
+        case Value::Type::Null:
+            out += "null";
+            return;
+        case Value::Type::Bool:
+            out += value.asBool() ? "true" : "false";
+            return;
+        case Value::Type::Int32:
+            out += std::to_string(value.asInt32());
+            return;
+        case Value::Type::Double:
+            out += doubleText(value.asDouble());
+            return;
+        case Value::Type::String:
+            out += quoted(value.asString());
+            return;
+        case Value::Type::Array:
+            writeArray(out, value.asArray());
+            return;
+        case Value::Type::Dictionary:
+            writeDictionary(out, value.asDictionary());
+            return;
+        case Value::Type::Buffer:
+            out += R"({"$type":"arraybuffer","bytes":)" + json(value.asBuffer()).dump() + '}';
+            return;
     }
 }
 
 }  // namespace
 
-Value fromJson(const json& root) {
-    std::vector<Reading> stack;
-    const auto open = [&stack](const json& node, bool literal) {
-        if (stack.size() == kMaxJsonDepth) {
-            fail("nested deeper than " + std::to_string(kMaxJsonDepth) + " levels");
-        }
-        stack.push_back({&node, node.begin(), literal});
-    };
-
-    if (!root.is_structured()) return leafValue(root);
-    open(root, false);
-    for (;;) {
-        Reading& top = stack.back();
-        const auto store = [](Reading& parent, Value value) {
-            if (parent.node->is_array()) {
-                parent.elements.push_back(std::move(value));
-            } else {
-                parent.members.insert_or_assign(parent.next.key(), std::move(value));
-            }
-            ++parent.next;
-        };
-        if (top.next == top.node->end()) {
-            Value done = top.finished();
-            stack.pop_back();
-            if (stack.empty()) return done;
-            store(stack.back(), std::move(done));
-        } else if (top.next->is_structured()) {
-            const bool literal = !top.literal && top.node->is_object() &&
-                                 top.next.key() == "value" && top.node->contains(kType) &&
-                                 (*top.node)[kType] == "dictionary";
-            open(*top.next, literal);
-        } else {
-            store(top, leafValue(*top.next));
-        }
-    }
-}
+Value fromJson(const json& root) { return read(root, kMaxValueDepth); }
 
 Value parseJson(std::string_view text) {
-    checkDepth(text);
     // The parser takes a NUL for the end of the text.
     if (text.find('\0') != std::string_view::npos) fail("a NUL byte has no place in JSON");
-    // Of the zeros only "-0" is read as a signed integer; a page reads it as a double.
-    const auto keepSignOfZero = [](int, json::parse_event_t, json& parsed) {
+    const auto onPart = [](int depth, json::parse_event_t, json& parsed) {
+        // The parser needs memory per level; a line of brackets is no value. A dictionary may take
+        // two levels.
+        if (static_cast<std::size_t>(depth) > 2 * kMaxValueDepth) fail(ValueDepthError().what());
+        // Of the zeros only "-0" is read as a signed integer; a page reads it as a double.
         if (parsed.type() == json::value_t::number_integer && parsed == 0) parsed = -0.0;
         return true;
     };
     try {
-        return fromJson(json::parse(text, keepSignOfZero));
+        return fromJson(json::parse(text, onPart));
     } catch (const json::exception& error) {
         const std::string what =
             error.what();  // "[json.exception.parse_error.101] parse error ..."
@@ -212,43 +206,9 @@ Value parseJson(std::string_view text) {
     }
 }
 
-std::string writeJson(const Value& root) {
+std::string writeJson(const Value& value) {
     std::string out;
-    std::vector<Writing> stack;
-    const auto open = [&](const Value& value) {
-        if (value.isArray()) {
-            out += '[';
-            stack.push_back({&value, 0, {}, "]"});
-        } else if (value.isDictionary()) {
-            const bool escaped = value.has(kType);
-            out += escaped ? R"({"$type":"dictionary","value":{)" : "{";
-            stack.push_back({&value, 0, value.asDictionary().begin(), escaped ? "}}" : "}"});
-        } else {
-            out += leafText(value);
-        }
-    };
-
-    open(root);
-    while (!stack.empty()) {
-        Writing& top = stack.back();
-        const bool array = top.value->isArray();
-        const std::size_t size =
-            array ? top.value->asArray().size() : top.value->asDictionary().size();
-        if (top.next == size) {
-            out += top.close;
-            stack.pop_back();
-            continue;
-        }
-        if (top.next > 0) out += ',';
-        const std::size_t index = top.next++;
-        if (array) {
-            open(top.value->asArray()[index]);
-        } else {
-            const auto member = top.member++;
-            out += quoted(member->first) + ':';
-            open(member->second);
-        }
-    }
+    write(out, value);
     return out;
 }
 

@@ -10,41 +10,6 @@
 namespace host {
 namespace {
 
-// A container on the way from var to value; its content collects here.
-struct Collecting {
-    std::int64_t id;
-    const VarContents* contents;
-    std::size_t nextElement = 0;
-    std::map<std::string, PP_Var>::const_iterator nextMember = {};
-    Value::Array elements = {};
-    Value::Dictionary members = {};
-
-    bool isArray() const { return contents->type == PP_VARTYPE_ARRAY; }
-    bool isComplete() const {
-        return isArray() ? nextElement == contents->elements.size()
-                         : nextMember == contents->members.end();
-    }
-    PP_Var next() const { return isArray() ? contents->elements[nextElement] : nextMember->second; }
-    void store(Value value) {
-        if (isArray()) {
-            elements.push_back(std::move(value));
-            ++nextElement;
-        } else {
-            members.insert_or_assign(nextMember->first, std::move(value));
-            ++nextMember;
-        }
-    }
-    Value finished() { return isArray() ? Value(std::move(elements)) : Value(std::move(members)); }
-};
-
-// A container on the way from value to var.
-struct Filling {
-    const Value* value;
-    PP_Var var;
-    std::uint32_t nextElement = 0;
-    Value::Dictionary::const_iterator nextMember = {};
-};
-
 Value immediateValue(PP_Var var) {
     switch (var.type) {
         case PP_VARTYPE_NULL:
@@ -92,112 +57,127 @@ PP_Var leafVar(const char* call, const Value& value) {
     }
 }
 
-const void* identity(const Value& container) {
-    if (container.isArray()) return &container.asArray();
-    return &container.asDictionary();
-}
+/// Why a var cannot be converted.
+struct Refusal {
+    std::string reason;
+};
+
+/// Makes a Value of a var and what it contains.
+class VarReader {
+  public:
+    explicit VarReader(const char* call) : m_call(call), m_reader(VarTable::instance()) {}
+
+    /// @param left  levels of containers that may still be opened.
+    /// @throws Refusal
+    Value read(PP_Var var, std::size_t left) {
+        if (var.type < PP_VARTYPE_STRING) return immediateValue(var);
+        const VarContents* contents = m_reader.find(m_call, var);
+        if (contents == nullptr) throw Refusal{"it contains a dead var"};
+        switch (contents->type) {
+            case PP_VARTYPE_STRING:
+                return contents->text;
+            case PP_VARTYPE_ARRAY_BUFFER:
+                return bufferValue(*contents);
+            case PP_VARTYPE_ARRAY:
+            case PP_VARTYPE_DICTIONARY:
+                return readContainer(var.value.as_id, *contents, left);
+            default:
+                throw Refusal{"it contains a resource"};
+        }
+    }
+
+  private:
+    Value readContainer(std::int64_t id, const VarContents& contents, std::size_t left) {
+        const auto [met, isNew] = m_met.try_emplace(id);
+        if (!isNew && !met->second) throw Refusal{"it contains a cycle"};
+        if (!isNew) return *met->second;
+        if (left == 0) throw ValueDepthError();
+        std::optional<Value>& slot = met->second;  // stays where it is when the map grows
+        slot = contents.type == PP_VARTYPE_ARRAY ? readArray(contents, left - 1)
+                                                 : readDictionary(contents, left - 1);
+        return *slot;
+    }
+
+    Value readArray(const VarContents& contents, std::size_t left) {
+        Value::Array elements;
+        for (const PP_Var& element : contents.elements) elements.push_back(read(element, left));
+        return elements;
+    }
+
+    Value readDictionary(const VarContents& contents, std::size_t left) {
+        Value::Dictionary members;
+        for (const auto& [key, member] : contents.members) members.emplace(key, read(member, left));
+        return members;
+    }
+
+    const char* const m_call;
+    VarTable::Reader m_reader;
+    // Containers met so far. One without a value is still open: meeting it again is a cycle.
+    std::unordered_map<std::int64_t, std::optional<Value>> m_met;
+};
+
+/// Makes vars of a Value, each with one reference on the host's account.
+class VarMaker {
+  public:
+    explicit VarMaker(const char* call) : m_call(call) {}
+
+    PP_Var make(const Value& value) {
+        if (value.isArray()) return makeOnce(&value.asArray(), value);
+        if (value.isDictionary()) return makeOnce(&value.asDictionary(), value);
+        return leafVar(m_call, value);
+    }
+
+  private:
+    PP_Var makeOnce(const void* content, const Value& container) {
+        const auto known = m_made.find(content);
+        if (known != m_made.end()) {
+            m_vars.addRef(Holder::Host, m_call, known->second);
+            return known->second;
+        }
+        const PP_Var var = container.isArray() ? makeArray(container.asArray())
+                                               : makeDictionary(container.asDictionary());
+        m_made.emplace(content, var);
+        return var;
+    }
+
+    PP_Var makeArray(const Value::Array& elements) {
+        const PP_Var array = m_vars.makeArray(Holder::Host, m_call);
+        std::uint32_t index = 0;
+        for (const Value& element : elements) {
+            const PP_Var var = make(element);
+            m_vars.setElement(m_call, array, index++, var);
+            m_vars.release(Holder::Host, m_call, var);
+        }
+        return array;
+    }
+
+    PP_Var makeDictionary(const Value::Dictionary& members) {
+        const PP_Var dictionary = m_vars.makeDictionary(Holder::Host, m_call);
+        for (const auto& [key, member] : members) {
+            const PP_Var var = make(member);
+            m_vars.setMember(m_call, dictionary, key, var);
+            m_vars.release(Holder::Host, m_call, var);
+        }
+        return dictionary;
+    }
+
+    const char* const m_call;
+    VarTable& m_vars = VarTable::instance();
+    std::unordered_map<const void*, PP_Var> m_made;  // of the containers that are complete
+};
 
 }  // namespace
 
-Conversion toValue(const char* call, PP_Var root) {
-    VarTable::Reader reader(VarTable::instance());
-    std::vector<Collecting> stack;
-    // Containers met so far. One without a value is still open: meeting it again is a cycle.
-    std::unordered_map<std::int64_t, std::optional<Value>> met;
-
-    PP_Var var = root;
-    for (;;) {
-        std::optional<Value> value;
-        if (var.type < PP_VARTYPE_STRING) {
-            value = immediateValue(var);
-        } else if (const auto known = met.find(var.value.as_id); known != met.end()) {
-            if (!known->second) return {std::nullopt, "it contains a cycle"};
-            value = known->second;
-        } else {
-            const VarContents* contents = reader.find(call, var);
-            if (contents == nullptr) return {std::nullopt, "it contains a dead var"};
-            switch (contents->type) {
-                case PP_VARTYPE_STRING:
-                    value = contents->text;
-                    break;
-                case PP_VARTYPE_ARRAY_BUFFER:
-                    value = bufferValue(*contents);
-                    break;
-                case PP_VARTYPE_ARRAY:
-                case PP_VARTYPE_DICTIONARY:
-                    met.emplace(var.value.as_id, std::nullopt);
-                    stack.push_back(
-                        {var.value.as_id, contents, 0, contents->members.begin(), {}, {}});
-                    break;
-                default:
-                    return {std::nullopt, "it contains a resource"};
-            }
-        }
-
-        if (value && stack.empty()) return {std::move(value), ""};
-        if (value) stack.back().store(std::move(*value));
-        while (stack.back().isComplete()) {
-            Value done = stack.back().finished();
-            met[stack.back().id] = done;
-            stack.pop_back();
-            if (stack.empty()) return {std::move(done), ""};
-            stack.back().store(std::move(done));
-        }
-        var = stack.back().next();
+Conversion toValue(const char* call, PP_Var var) {
+    try {
+        return {VarReader(call).read(var, kMaxValueDepth), ""};
+    } catch (const Refusal& refusal) {
+        return {std::nullopt, refusal.reason};
+    } catch (const ValueDepthError& error) {
+        return {std::nullopt, std::string("it is ") + error.what()};
     }
 }
 
-PP_Var toVar(const char* call, const Value& root) {
-    VarTable& vars = VarTable::instance();
-    std::vector<Filling> stack;
-    std::unordered_map<const void*, PP_Var> made;
-
-    // Makes the var of one value; a container is filled later.
-    const auto make = [&](const Value& value) {
-        if (!value.isArray() && !value.isDictionary()) return leafVar(call, value);
-        const auto known = made.find(identity(value));
-        if (known != made.end()) {
-            vars.addRef(Holder::Host, call, known->second);
-            return known->second;
-        }
-        Filling filling{&value, PP_MakeUndefined()};
-        if (value.isArray()) {
-            filling.var = vars.makeArray(Holder::Host, call);
-        } else {
-            filling.var = vars.makeDictionary(Holder::Host, call);
-            filling.nextMember = value.asDictionary().begin();
-        }
-        made.emplace(identity(value), filling.var);
-        stack.push_back(filling);
-        return filling.var;
-    };
-
-    const PP_Var result = make(root);
-    while (!stack.empty()) {
-        Filling& top = stack.back();
-        const PP_Var container = top.var;
-        if (top.value->isArray()) {
-            const Value::Array& elements = top.value->asArray();
-            if (top.nextElement == elements.size()) {
-                stack.pop_back();
-                continue;
-            }
-            const std::uint32_t index = top.nextElement++;
-            const PP_Var child = make(elements[index]);
-            vars.setElement(call, container, index, child);
-            vars.release(Holder::Host, call, child);
-        } else {
-            if (top.nextMember == top.value->asDictionary().end()) {
-                stack.pop_back();
-                continue;
-            }
-            const auto member = top.nextMember++;
-            const PP_Var child = make(member->second);
-            vars.setMember(call, container, member->first, child);
-            vars.release(Holder::Host, call, child);
-        }
-    }
-    return result;
-}
+PP_Var toVar(const char* call, const Value& value) { return VarMaker(call).make(value); }
 
 }  // namespace host

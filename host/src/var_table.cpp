@@ -1,12 +1,12 @@
 #include "host/var_table.h"
 
+#include <utf8.h>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "resource_table.h"
 #include "this_thread.h"
-#include "utf8.h"
 
 namespace host {
 namespace {
@@ -59,8 +59,8 @@ VarContents contentsOf(PP_VarType type) {
 
 VarTable& VarTable::instance() {
     // Never destroyed: a module's thread may still release a var while the process ends.
-    static VarTable& table = *new VarTable;
-    return table;
+    static base::NeverDestroyed<VarTable> table;
+    return *table;
 }
 
 // Reports
@@ -232,7 +232,7 @@ PP_Var VarTable::add(Holder holder, const char* call, VarContents contents) {
 }
 
 PP_Var VarTable::makeString(Holder holder, const char* call, std::string_view text) {
-    if (!isUtf8(text)) return PP_MakeNull();
+    if (!utf8::is_valid(text)) return PP_MakeNull();
     VarContents contents = contentsOf(PP_VARTYPE_STRING);
     contents.text = text;
     return add(holder, call, std::move(contents));

@@ -106,6 +106,26 @@ TEST_F(TheBrowsersCommandLine, RefusesAPrivilegeThatNobodyKnows) {
     expectRefusal({SSO_TEST_PAGE, "--grant", "nonsense"}, "nonsense");
 }
 
+TEST_F(TheBrowsersCommandLine, RefusesAManifestForSeveralApplications) {
+    const std::string manifest = SSO_TEST_PAGE "/manifest.json";
+    expectRefusal({SSO_TEST_PAGE, SSO_TEST_PAGE "/reloading", "--manifest", manifest},
+                  "--manifest");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesTheSameApplicationTwice) {
+    expectRefusal({SSO_TEST_PAGE, SSO_TEST_PAGE "/reloading/.."}, "same application");
+    expectRefusal({"http://user@localhost:1/a", "http://localhost:1/b?c#d"}, "same application");
+    expectRefusal({"file:///nowhere/a.html", "file:///nowhere/b.html"}, "same application");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesToGrantToPagesFromNowhere) {
+    expectRefusal({"data:text/html,x", "--grant", "partner"}, "data:text/html,x");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesEachTargetThatIsWrong) {
+    expectRefusal({SSO_TEST_PAGE, "/nowhere/app"}, "/nowhere/app");
+}
+
 TEST_F(TheBrowsersCommandLine, RefusesAScriptThatIsNotThere) {
     expectRefusal({SSO_TEST_PAGE, "--run-script", "/nowhere/script.js"}, "/nowhere/script.js");
 }

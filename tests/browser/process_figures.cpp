@@ -54,17 +54,23 @@ std::vector<pid_t> descendantsOf(pid_t process) {
     return descendants;
 }
 
+std::vector<pid_t> pluginProcessesOf(pid_t browser, const std::string& library) {
+    std::vector<pid_t> found;
+    for (const pid_t process : descendantsOf(browser)) {
+        if (hasMapped(process, library)) found.push_back(process);
+    }
+    return found;
+}
+
 ProcessFigures figuresOfPluginProcess(pid_t browser, const std::string& library) {
     ProcessFigures figures;
-    for (const pid_t process : descendantsOf(browser)) {
-        if (hasMapped(process, library)) {
-            std::error_code error;
-            const fs::directory_iterator descriptors(folderOf(process) / "fd", error);
-            figures.residentKiB = statusOf(process, "VmRSS");
-            figures.threads = statusOf(process, "Threads");
-            figures.descriptors =
-                error ? 0 : static_cast<long>(std::distance(descriptors, fs::directory_iterator()));
-        }
+    for (const pid_t process : pluginProcessesOf(browser, library)) {
+        std::error_code error;
+        const fs::directory_iterator descriptors(folderOf(process) / "fd", error);
+        figures.residentKiB = statusOf(process, "VmRSS");
+        figures.threads = statusOf(process, "Threads");
+        figures.descriptors =
+            error ? 0 : static_cast<long>(std::distance(descriptors, fs::directory_iterator()));
     }
     return figures;
 }

@@ -20,6 +20,9 @@ struct ProcessFigures {
 /// The processes that a process started, and theirs.
 std::vector<pid_t> descendantsOf(pid_t process);
 
+/// Those below a browser that have loaded a library, given by its path.
+std::vector<pid_t> pluginProcessesOf(pid_t browser, const std::string& library);
+
 /// Of the process below a browser that has loaded a library, given by its path.
 ProcessFigures figuresOfPluginProcess(pid_t browser, const std::string& library);
 

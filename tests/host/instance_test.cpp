@@ -48,6 +48,24 @@ TEST_F(AnInstance, IsMadeWithItsElementsAttributes) {
     EXPECT_THAT(seen, IsEmpty());
 }
 
+TEST_F(AnInstance, IsToldToTheEmbedderBeforeItIsMade) {
+    std::vector<std::string> order;
+    PP_Instance told = 0;
+    m_module.didCreate = [&](PP_Instance instance, const host::Attributes&) {
+        EXPECT_EQ(instance, told);
+        order.emplace_back("DidCreate");
+        return true;
+    };
+    load();
+    const PP_Instance instance = m_host->embed({}, [&](PP_Instance created) {
+        told = created;
+        order.emplace_back(support::core().IsMainThread() == PP_TRUE ? "told on the main thread"
+                                                                     : "told elsewhere");
+    });
+    EXPECT_EQ(instance, told);
+    EXPECT_THAT(order, ::testing::ElementsAre("told on the main thread", "DidCreate"));
+}
+
 TEST_F(AnInstance, HasAnIdOfItsOwnOfEitherSign) {
     load();
     std::set<PP_Instance> ids;

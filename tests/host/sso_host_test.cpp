@@ -192,6 +192,38 @@ TEST(ThePlugin, TakesItsPrivilegesFromAManifestOrByName) {
     EXPECT_EQ(codeFor({"--grant", "http://other.example/privilege/sso.partner"}), Value(18));
 }
 
+TEST(AnInstance, HasThePrivilegesOfItsOwnApplication) {
+    const support::TemporaryFolder folder;
+    const std::string manifest = folder.write(
+        "manifest.json", R"({"name":"A","start":"index.html","privileges":["sso.platform"]})");
+    const std::string partner = R"({"call":{"command":"sso_plugin_getVersion"},"instance":)";
+    const std::string platform = R"({"call":{"command":"sso_plugin_getSSOState"},"instance":)";
+    Words lines = {R"({"embed":true,"grant":[]})", R"({"embed":true})",
+                   R"({"embed":{"id":"x"},"manifest":")" + manifest + "\"}",
+                   R"({"embed":true,"grant":["sso.partner"],"manifest":")" + manifest + "\"}"};
+    for (const std::string& call : {partner, platform}) {
+        for (int instance = 1; instance <= 5; ++instance) {
+            lines.push_back(call + std::to_string(instance) + "}");
+        }
+    }
+    const ProcessResult result = runLines({"--grant", "partner"}, lines);
+    EXPECT_EQ(result.exitCode, 0) << result.output << result.errors;
+    std::vector<int> refused;
+    for (const Value& event : eventsOf(result)) {
+        if (event.has("reply")) refused.push_back(event["reply"]["code"] == Value(18) ? 1 : 0);
+    }
+    EXPECT_THAT(refused, ElementsAre(0, 1, 0, 1, 0,    // partner
+                                     1, 1, 1, 0, 0));  // platform
+}
+
+TEST(AnInstance, OfAnotherApplicationNeedsTheVendorInterface) {
+    const ProcessResult result = runLines(
+        {"--no-extension"}, {R"({"embed":true,"grant":["partner"]})", R"({"embed":true})"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(IsError(1, "vendor interface"), event(2, "embedded", true)));
+}
+
 TEST(AManifest, ThatIsBadIsToldInOneLine) {
     const support::TemporaryFolder folder;
     const std::vector<std::pair<std::string, std::string>> rows = {
@@ -225,7 +257,7 @@ TEST(ACall, IsAnsweredWithAReply) {
         module("echo_module"),
         {R"({"call":"text"})", R"({"call":{"a":[1,2.5,null,true]},"instance":1,"timeout":30})",
          R"({"call":{"$type":"undefined"}})", R"({"call":{"$type":"double","value":"-0"}})",
-         R"({"call":{"$type":"arraybuffer","base64":"AAH/"}})"});
+         R"({"call":{"$type":"arraybuffer","bytes":[0,1,255]}})"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(
         eventsOf(result),
@@ -341,10 +373,18 @@ TEST(ALine, ThatIsNoRequestIsToldByNumberAndTheRunGoesOn) {
         {R"({"call":1,"timeout":1e9})", "\"timeout\""},
         {R"({"call":1,"timeout":{"$type":"double","value":"NaN"}})", "\"timeout\""},
         {R"({"call":{"$type":"what"}})", "$type"},
-        {R"({"call":{"$type":"arraybuffer","base64":"?"}})", "base64"},
+        {R"({"call":{"$type":"arraybuffer","bytes":"?"}})", "bytes"},
+        {R"({"call":{"$type":"arraybuffer","bytes":[256]}})", "bytes"},
         {R"({"call":1e999})", "number"},
         {R"({"embed":false})", "\"embed\""},
         {R"({"embed":{"id":1}})", "\"id\""},
+        {R"({"embed":true,"grant":"partner"})", "\"grant\""},
+        {R"({"embed":true,"grant":[1]})", "\"grant\""},
+        {R"({"embed":true,"grant":["root"]})", "root"},
+        {R"({"embed":true,"manifest":1})", "\"manifest\""},
+        {R"({"embed":true,"manifest":""})", "\"manifest\""},
+        {R"({"embed":true,"manifest":"/no/such/manifest.json"})", "/no/such/manifest.json"},
+        {R"({"call":1,"grant":["partner"]})", "\"grant\""},
         {R"({"destroy":"1"})", "\"destroy\""},
         {R"({"destroy":0})", "\"destroy\""},
         {R"({"unregister":null})", "\"unregister\""},
@@ -411,17 +451,24 @@ TEST(ALine, MayNestAsDeepAsTheHostAllowsAndNoDeeper) {
     const auto nested = [](std::size_t depth) {
         return "{\"call\":" + std::string(depth, '[') + std::string(depth, ']') + "}";
     };
-    const ProcessResult result = runLines(
-        module("echo_module"), {nested(host::kMaxJsonDepth - 1), nested(host::kMaxJsonDepth),
-                                nested(1000000), std::string(1000000, '{'), R"({"call":"next"})"});
+    const auto objects = [](std::size_t depth) {
+        std::string text;
+        for (std::size_t i = 0; i < depth; ++i) text += R"({"call":)";
+        return text;
+    };
+    const ProcessResult result =
+        runLines(module("echo_module"),
+                 {nested(host::kMaxValueDepth - 1), nested(host::kMaxValueDepth), nested(1000000),
+                  objects(1000000), std::string(1000000, '{'), R"({"call":"next"})"});
     EXPECT_EQ(result.exitCode, 1);
     const std::vector<Value> events = eventsOf(result);
-    ASSERT_THAT(events, SizeIs(5));
+    ASSERT_THAT(events, SizeIs(6));
     EXPECT_TRUE(events[0]["reply"].isArray());
     for (int line : {2, 3, 4}) {
         EXPECT_THAT(events[static_cast<std::size_t>(line) - 1], IsError(line, "nested deeper"));
     }
-    EXPECT_EQ(events[4], reply(1, "next"));
+    EXPECT_THAT(events[4], IsError(5, "parse error"));
+    EXPECT_EQ(events[5], reply(1, "next"));
 }
 
 TEST(TheInput, MayBeEmptyOrNotThereAtAll) {

@@ -58,11 +58,11 @@ const std::vector<Row>& exactRows() {
         {R"({"$type":"double","value":"Infinity"})", kInfinity},
         {R"({"$type":"double","value":"-Infinity"})", -kInfinity},
         {R"({"$type":"double","value":"-0"})", -0.0},
-        {R"({"$type":"arraybuffer","base64":""})", Value::Buffer{}},
-        {R"({"$type":"arraybuffer","base64":"AA=="})", Value::Buffer{0}},
-        {R"({"$type":"arraybuffer","base64":"AAE="})", Value::Buffer{0, 1}},
-        {R"({"$type":"arraybuffer","base64":"AAH/"})", Value::Buffer{0, 1, 255}},
-        {R"({"$type":"arraybuffer","base64":"+/+/"})", Value::Buffer{0xfb, 0xff, 0xbf}},
+        {R"({"$type":"arraybuffer","bytes":[]})", Value::Buffer{}},
+        {R"({"$type":"arraybuffer","bytes":[0]})", Value::Buffer{0}},
+        {R"({"$type":"arraybuffer","bytes":[0,1]})", Value::Buffer{0, 1}},
+        {R"({"$type":"arraybuffer","bytes":[0,1,255]})", Value::Buffer{0, 1, 255}},
+        {R"({"$type":"arraybuffer","bytes":[251,255,191]})", Value::Buffer{0xfb, 0xff, 0xbf}},
         {R"({"$type":"dictionary","value":{"$type":"double"}})",
          Value::Dictionary{{"$type", "double"}}},
         {R"({"$type":"dictionary","value":{"$type":{"$type":"undefined"},"a":1}})",
@@ -185,17 +185,18 @@ TEST(AJsonText, WithAnUnknownOrUnfinishedTypeIsRefused) {
         R"({"$type":"double","value":"1"})",
         R"({"$type":"double","value":null})",
         R"({"$type":"double","value":1,"more":2})",
-        R"({"$type":"double","base64":"AA=="})",
+        R"({"$type":"double","bytes":[0]})",
         R"({"$type":"arraybuffer"})",
-        R"({"$type":"arraybuffer","base64":1})",
-        R"({"$type":"arraybuffer","base64":"A"})",
-        R"({"$type":"arraybuffer","base64":"AA"})",
-        R"({"$type":"arraybuffer","base64":"AAA"})",
-        R"({"$type":"arraybuffer","base64":"A==="})",
-        R"({"$type":"arraybuffer","base64":"===="})",
-        R"({"$type":"arraybuffer","base64":"AB=="})",
-        R"({"$type":"arraybuffer","base64":"AA-_"})",
-        R"({"$type":"arraybuffer","base64":"AA=="," ":1})",
+        R"({"$type":"arraybuffer","bytes":1})",
+        R"({"$type":"arraybuffer","bytes":"AA=="})",
+        R"({"$type":"arraybuffer","bytes":{}})",
+        R"({"$type":"arraybuffer","bytes":[-1]})",
+        R"({"$type":"arraybuffer","bytes":[256]})",
+        R"({"$type":"arraybuffer","bytes":[0.5]})",
+        R"({"$type":"arraybuffer","bytes":[0,"1"]})",
+        R"({"$type":"arraybuffer","bytes":[[0]]})",
+        R"({"$type":"arraybuffer","base64":"AA=="})",
+        R"({"$type":"arraybuffer","bytes":[0]," ":1})",
         R"({"$type":"dictionary"})",
         R"({"$type":"dictionary","value":[]})",
         R"({"$type":"dictionary","value":null})",
@@ -229,31 +230,60 @@ TEST(AJsonError, IsOneLineOfLimitedLength) {
     }
 }
 
+std::string brackets(std::size_t depth) {
+    return std::string(depth, '[') + std::string(depth, ']');
+}
+
 TEST(DeepJson, IsReadUpToItsLimit) {
-    const auto nested = [](std::size_t depth) {
-        return std::string(depth, '[') + std::string(depth, ']');
-    };
-    Value value = parseJson(nested(host::kMaxJsonDepth));
+    Value value = parseJson(brackets(host::kMaxValueDepth));
     std::size_t depth = 0;
     for (; value.isArray(); ++depth) value = Value(value.at(0));
-    EXPECT_EQ(depth, host::kMaxJsonDepth);
-    EXPECT_THAT(reasonFor(nested(host::kMaxJsonDepth + 1)), HasSubstr("deeper"));
-    EXPECT_THROW(parseJson(std::string(5000000, '[')), JsonError);
-    EXPECT_THROW(parseJson(nested(host::kMaxJsonDepth * 10)), JsonError);
+    EXPECT_EQ(depth, host::kMaxValueDepth);
+    EXPECT_EQ(reasonFor(brackets(host::kMaxValueDepth + 1)), "nested deeper than 2048 levels");
+    EXPECT_EQ(reasonFor(std::string(5000000, '[')), "nested deeper than 2048 levels");
+    EXPECT_EQ(reasonFor(brackets(host::kMaxValueDepth * 10)), "nested deeper than 2048 levels");
+}
+
+TEST(DeepJson, IsLimitedByTheValuesDepthNotByTheTextThatItTakes) {
+    const auto nested = [](std::size_t depth) {
+        std::string text = "1";
+        for (std::size_t i = 0; i < depth; ++i) {
+            text = R"({"$type":"dictionary","value":{"$type":)" + text + "}}";
+        }
+        return text;
+    };
+    const Value value = parseJson(nested(host::kMaxValueDepth));
+    EXPECT_EQ(parseJson(writeJson(value)), value);
+    EXPECT_EQ(host::fromJson(host::toJson(value)), value);
+    EXPECT_EQ(reasonFor(nested(host::kMaxValueDepth + 1)), "nested deeper than 2048 levels");
+}
+
+TEST(DeepJson, IsLimitedInTheLibrarysTypeToo) {
+    nlohmann::json json = 1;
+    for (std::size_t i = 0; i < host::kMaxValueDepth; ++i) {
+        nlohmann::json outer = nlohmann::json::array();
+        outer.push_back(std::move(json));
+        json = std::move(outer);
+    }
+    EXPECT_TRUE(host::fromJson(json).isArray());
+    nlohmann::json deeper = {{"k", nullptr}};
+    deeper["k"] = std::move(json);
+    EXPECT_THROW(host::fromJson(deeper), JsonError);
 }
 
 TEST(DeepJson, IsNotWhatOnlyLooksDeep) {
-    const std::string brackets(host::kMaxJsonDepth * 2, '[');
-    EXPECT_EQ(parseJson("\"" + brackets + "\""), Value(brackets));
+    const std::string open(host::kMaxValueDepth * 3, '[');
+    EXPECT_EQ(parseJson("\"" + open + "\""), Value(open));
     std::string row = "[";
-    for (std::size_t i = 0; i < host::kMaxJsonDepth * 2; ++i) row += i > 0 ? ",[]" : "[]";
-    EXPECT_EQ(parseJson(row + "]").asArray().size(), host::kMaxJsonDepth * 2);
+    for (std::size_t i = 0; i < host::kMaxValueDepth * 3; ++i) row += i > 0 ? ",[]" : "[]";
+    EXPECT_EQ(parseJson(row + "]").asArray().size(), host::kMaxValueDepth * 3);
 }
 
 TEST(AValueAsJson, IsWrittenWhateverItsDepth) {
     Value value = 1;
-    for (int i = 0; i < 100000; ++i) value = Value::Array{value};
-    EXPECT_EQ(writeJson(value), std::string(100000, '[') + "1" + std::string(100000, ']'));
+    for (std::size_t i = 0; i < host::kMaxValueDepth; ++i) value = Value::Array{value};
+    EXPECT_EQ(writeJson(value), std::string(host::kMaxValueDepth, '[') + "1" +
+                                    std::string(host::kMaxValueDepth, ']'));
 }
 
 TEST(AValueAsJson, IsOneLineAndHasIllFormedTextReplaced) {

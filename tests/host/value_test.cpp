@@ -141,22 +141,41 @@ TEST(AValue, SharesItsContentWithItsCopies) {
     EXPECT_EQ(&copy.asArray(), &original.asArray());
 }
 
-TEST(AValue, OfAnyDepthIsComparedShownAndDestroyed) {
-    const auto nested = [](int depth, Value innermost) {
-        Value value = std::move(innermost);
-        for (int i = 0; i < depth; ++i) {
-            if (i % 2 == 0) {
-                value = Value::Array{value};
-            } else {
-                value = Value::Dictionary{{"k", value}};
-            }
+/// Arrays and dictionaries inside each other.
+Value nested(std::size_t depth, const Value& innermost) {
+    Value value = innermost;
+    for (std::size_t i = 0; i < depth; ++i) {
+        if (i % 2 == 0) {
+            value = Value::Array{value};
+        } else {
+            value = Value::Dictionary{{"k", value}};
         }
-        return value;
-    };
-    const Value left = nested(100000, 1);
-    EXPECT_EQ(left, nested(100000, 1));
-    EXPECT_NE(left, nested(100000, 2));
+    }
+    return value;
+}
+
+TEST(AValue, OfAnyDepthIsComparedShownAndDestroyed) {
+    const Value left = nested(host::kMaxValueDepth, 1);
+    EXPECT_EQ(left, nested(host::kMaxValueDepth, 1));
+    EXPECT_NE(left, nested(host::kMaxValueDepth, 2));
     EXPECT_LT(shown(left).size(), 5000U);
+}
+
+TEST(AValue, IsAsDeepAsABrowserPassesAndNoDeeper) {
+    EXPECT_TRUE(nested(2000, 1).isDictionary());
+    const Value deepest = nested(host::kMaxValueDepth, 1);
+    EXPECT_THROW(Value(Value::Array{1, deepest, 2}), host::ValueDepthError);
+    EXPECT_THROW(Value(Value::Dictionary{{"a", deepest}, {"b", 1}}), host::ValueDepthError);
+    try {
+        nested(100000, 1);
+        FAIL() << "nothing was thrown";
+    } catch (const host::ValueDepthError& error) {
+        EXPECT_STREQ(error.what(), "nested deeper than 2048 levels");
+    }
+    // Width is no depth, and a leaf beside the deepest costs none.
+    EXPECT_TRUE(Value(Value::Array(100000, Value::Array{})).isArray());
+    EXPECT_TRUE(
+        Value(Value::Array{nested(host::kMaxValueDepth - 1, 1), Value::Array{}, "leaf"}).isArray());
 }
 
 TEST(AValue, IsShownOnOneLineWithItsType) {

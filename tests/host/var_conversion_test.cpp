@@ -1,9 +1,13 @@
 #include "host/var_conversion.h"
 
+#include <pthread.h>
+
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
 
+#include "host/value_json.h"
 #include "var_test.h"
 
 namespace {
@@ -158,7 +162,7 @@ TEST_F(AConversion, RefusesAnObject) {
 
 TEST_F(AConversion, WorksAtAnyDepth) {
     Value value = "innermost";
-    for (int i = 0; i < 100000; ++i) {
+    for (std::size_t i = 0; i < host::kMaxValueDepth; ++i) {
         if (i % 2 == 0) {
             value = Value::Array{value};
         } else {
@@ -166,6 +170,78 @@ TEST_F(AConversion, WorksAtAnyDepth) {
         }
     }
     EXPECT_EQ(throughVars(value), value);
+}
+
+TEST_F(AConversion, RefusesVarsThatAreNestedDeeperThanAValueMayBe) {
+    const auto wrap = [](PP_Var inner, bool inArray) {
+        const PP_Var outer = inArray ? arrays().Create() : dictionaries().Create();
+        const PP_Var key = text("k");
+        if (inArray) {
+            arrays().Set(outer, 0, inner);
+        } else {
+            dictionaries().Set(outer, key, inner);
+        }
+        for (const PP_Var& var : {inner, key}) vars().Release(var);
+        return outer;
+    };
+    PP_Var var = text("innermost");
+    std::size_t depth = 0;
+    for (; depth < host::kMaxValueDepth; ++depth) var = wrap(var, depth % 2 == 0);
+    EXPECT_TRUE(toValue("test", var).value.has_value());
+    for (; depth < 100000; ++depth) {
+        var = wrap(var, depth % 2 == 0);
+        if (depth > host::kMaxValueDepth + 1 && depth < 99990) continue;
+        EXPECT_EQ(toValue("test", var).value, std::nullopt);
+        EXPECT_EQ(toValue("test", var).reason, "it is nested deeper than 2048 levels");
+    }
+    vars().Release(var);
+}
+
+TEST_F(AConversion, RefusesDepthThatASharedContainerMakes) {
+    // The shared part is met first where it lies less deep.
+    PP_Var shared = arrays().Create();
+    const auto wrap = [](PP_Var inner) {
+        const PP_Var outer = arrays().Create();
+        arrays().Set(outer, 0, inner);
+        vars().Release(inner);
+        return outer;
+    };
+    for (std::size_t i = 1; i < host::kMaxValueDepth - 1; ++i) shared = wrap(shared);
+    const PP_Var pair = arrays().Create();
+    arrays().Set(pair, 0, shared);
+    EXPECT_TRUE(toValue("test", pair).value.has_value());
+    const PP_Var deeper = wrap(wrap(shared));
+    arrays().Set(pair, 1, deeper);
+    EXPECT_EQ(toValue("test", pair).reason, "it is nested deeper than 2048 levels");
+    vars().Release(deeper);
+    vars().Release(pair);
+}
+
+void* doAll(void* work) {
+    (*static_cast<const std::function<void()>*>(work))();
+    return nullptr;
+}
+
+TEST_F(AConversion, OfTheGreatestDepthStaysWithinTheStackThatItIsSaidToNeed) {
+    const std::function<void()> work = [] {
+        for (const bool inArrays : {true, false}) {
+            Value value = 1;
+            for (std::size_t i = 0; i < host::kMaxValueDepth; ++i) {
+                value = inArrays ? Value(Value::Array{value}) : Value::Dictionary{{"k", value}};
+            }
+            const Value back = throughVars(value);
+            EXPECT_TRUE(back == value);
+            EXPECT_TRUE(host::parseJson(host::writeJson(back)) == value);
+        }
+    };
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 4U << 20);
+    pthread_t thread;
+    ASSERT_EQ(
+        pthread_create(&thread, &attributes, doAll, const_cast<std::function<void()>*>(&work)), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
 }
 
 TEST_F(AConversion, WorksAtAnyWidth) {

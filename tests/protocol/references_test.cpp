@@ -82,7 +82,7 @@ TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryBlockingPath) {
           R"({"command": "sso_plugin_getTermsAgreementState", "termsId": "x"})",
           R"({"command": "sso_plugin_createAccount"})", R"({"command": "nothing"})",
           R"({"command": [1]})", R"({})", R"("text")", R"([["x"]])",
-          R"({"$type": "arraybuffer", "base64": "AAAAAA=="})"}) {
+          R"({"$type": "arraybuffer", "bytes": [0, 0, 0, 0]})"}) {
         SCOPED_TRACE(request);
         const auto byVar = recorded(instance, [&] { replyTo(instance, json(request)); });
         for (const auto& [id, operations] : byVar) expectBalanced(operations);
@@ -99,7 +99,7 @@ TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryPostedPath) {
     for (const char* request :
          {R"({"command": "sso_plugin_getVersion"})", R"({"command": "sso_plugin_getSSOState"})",
           R"({"command": "nothing"})", R"({"command": ""})", R"({"command": [1]})", R"({})",
-          R"("text")", R"([["x"]])", R"({"$type": "arraybuffer", "base64": "AAAAAA=="})",
+          R"("text")", R"([["x"]])", R"({"$type": "arraybuffer", "bytes": [0, 0, 0, 0]})",
           R"({"command": "sso_plugin_show_login_page"})",
           R"({"command": "sso_plugin_show_login_page", "data": ["x"]})"}) {
         SCOPED_TRACE(request);

@@ -5,46 +5,21 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "host/live_resource.h"
 #include "host/message.h"
+#include "host/options.h"
 #include "host/registration.h"
 #include "host/value.h"
 #include "host/var_table.h"
 #include "ppapi/c/pp_instance.h"
 #include "ppapi/c/pp_var.h"
-#include "ppapi/c/ppp.h"
 
 namespace host {
-
-/// The module cannot be loaded or does not start. what() is one line and names the module.
-class LoadError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
-/// The module refused an instance. what() is one line.
-class EmbedError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
-/// The three functions of a module, for one that is linked into the program.
-struct EntryPoints {
-    PP_InitializeModule_Func initializeModule = nullptr;
-    PP_GetInterface_Func getInterface = nullptr;
-    PP_ShutdownModule_Func shutdownModule = nullptr;  ///< may be null
-};
-
-/// An embedding element's attributes, in order.
-using Attributes = std::vector<std::pair<std::string, std::string>>;
 
 /// Loads one module and plays the browser around it, as a Pepper browser does out of process: the
 /// module's main thread is a thread of its own, on which all PPP_* calls happen; message handlers
@@ -58,31 +33,7 @@ using Attributes = std::vector<std::pair<std::string, std::string>>;
 /// once. After unload() everything that needs that thread throws std::logic_error.
 class PluginHost {
   public:
-    struct Options {
-        /// The shared object. A name without a slash is meant in the current folder.
-        std::string modulePath;
-        /// A module in this program; then modulePath is not used.
-        std::optional<EntryPoints> entryPoints;
-        /// Browser interfaces by exact name: more, or instead of the host's own. Null hides one.
-        /// The tables must outlive the process' use of the module.
-        std::map<std::string, const void*> interfaces;
-        /// How long AttachToCurrentThread waits before it attaches: a slow scheduler.
-        std::chrono::milliseconds attachDelay{0};
-
-        /// Told of the module's calls on the calling thread, before the call has its effect:
-        ///   "PPB_MessageLoop.Create", "GetForMainThread", "GetCurrent", "AttachToCurrentThread",
-        ///   "Run", "PostWork", "PostQuit", "CallOnMainThread", "PostMessage",
-        ///   "UnregisterMessageHandler", "GetInterface PPB_Var;1.2"
-        /// and after it:
-        ///   "Run returned", "RegisterMessageHandler -> 0" (or the error's number)
-        /// No lock is held. The hook may be entered on several threads at once.
-        std::function<void(const std::string& what)> onCall;
-        /// Told of each message for the page, after it can be taken; on the thread that posted it,
-        /// or on the module's main thread for what was posted before the element was ready.
-        std::function<void(const Message& message)> onMessage;
-        /// Told of each line on the page's console, on the thread that caused it.
-        std::function<void(const std::string& line)> onConsole;
-    };
+    using Options = HostOptions;
 
     /// Starts the main thread, loads the module there and initialises it.
     ///
@@ -113,9 +64,11 @@ class PluginHost {
     /// Makes an instance: DidCreate, then DidChangeView in a task of its own. What the module posts
     /// to the page meanwhile arrives once DidCreate has returned.
     ///
+    /// @param beforeCreate  told of the id before DidCreate, on the module's main thread.
     /// @return its id: any number but 0, often negative.
     /// @throws EmbedError  when DidCreate refuses; DidDestroy follows at once.
-    PP_Instance embed(const Attributes& attributes = {});
+    PP_Instance embed(const Attributes& attributes = {},
+                      const std::function<void(PP_Instance)>& beforeCreate = {});
 
     /// Removes the element: DidDestroy has returned when this does.
     ///

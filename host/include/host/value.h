@@ -13,6 +13,17 @@
 
 namespace host {
 
+/// Containers that may lie inside each other in a Value, itself included: somewhat more than the
+/// browser was seen to pass. What recurses over a Value of this depth, its destruction included,
+/// stays within 4 MiB of stack, with sanitizers too.
+inline constexpr std::size_t kMaxValueDepth = 2048;
+
+/// A Value would be nested deeper than kMaxValueDepth.
+class ValueDepthError : public std::length_error {
+  public:
+    ValueDepthError();
+};
+
 /// What a page has: the part of a JavaScript value that can be sent to a plug-in, and what comes
 /// back from one.
 ///
@@ -20,7 +31,8 @@ namespace host {
 ///   EXPECT_EQ(reply["code"], Value(0));
 ///
 /// A Value never changes, so copies share their content: copying is cheap, and one Value may be read
-/// on several threads. It cannot contain itself. No function recurses, whatever the nesting.
+/// on several threads. It cannot contain itself, nor be nested deeper than kMaxValueDepth, so what
+/// works on Values may recurse.
 class Value {
   public:
     struct Undefined {};
@@ -46,6 +58,7 @@ class Value {
     /// Text is UTF-8. Ill-formed text can be held; a plug-in gets null in its place.
     Value(std::string text) : m_data(std::move(text)) {}
     Value(const char* text) : m_data(std::string(text)) {}
+    /// @throws ValueDepthError  both.
     Value(Array elements);
     Value(Dictionary members);
     Value(Buffer bytes);
@@ -89,10 +102,13 @@ class Value {
     friend bool operator!=(const Value& left, const Value& right) { return !(left == right); }
 
   private:
+    static std::size_t depthAround(std::size_t inner);
+
     std::variant<Undefined, Null, bool, std::int32_t, double, std::string,
                  std::shared_ptr<const Array>, std::shared_ptr<const Dictionary>,
                  std::shared_ptr<const Buffer>>
         m_data;
+    std::size_t m_depth = 0;  ///< of containers
 };
 
 /// The content of another type was asked for.

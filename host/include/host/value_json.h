@@ -13,11 +13,11 @@
 ///
 ///   {"$type": "undefined"}
 ///   {"$type": "double", "value": 1.0}        also "NaN", "Infinity", "-Infinity", "-0"
-///   {"$type": "arraybuffer", "base64": "AAH/"}
+///   {"$type": "arraybuffer", "bytes": [0, 1, 255]}
 ///   {"$type": "dictionary", "value": {...}}  a dictionary that itself has the key "$type"
 ///
 /// Writing and reading back gives an equal value, except that ill-formed UTF-8 is written as
-/// U+FFFD. All functions may be called on any thread and work without recursion.
+/// U+FFFD. All functions may be called on any thread.
 namespace host {
 
 /// The text is no JSON, or no value can be made of it. what() is one line, not longer than a few
@@ -27,11 +27,8 @@ class JsonError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Arrays and objects that may lie inside each other in JSON that is read.
-constexpr std::size_t kMaxJsonDepth = 10000;
-
-/// @throws JsonError  for text that is no JSON or no UTF-8, a number beyond double, nesting beyond
-///                    kMaxJsonDepth, and for an object with "$type" that is none of the above.
+/// @throws JsonError  for text that is no JSON or no UTF-8, a number beyond double, a value
+///                    beyond kMaxValueDepth, and an object with "$type" that is none of the above.
 Value parseJson(std::string_view text);
 
 /// @return one line without line feeds.
@@ -40,7 +37,6 @@ std::string writeJson(const Value& value);
 /// @throws JsonError  as parseJson().
 Value fromJson(const nlohmann::json& json);
 
-/// Note that dump(), comparison and copies of the library's own type do recurse.
 nlohmann::json toJson(const Value& value);
 
 }  // namespace host

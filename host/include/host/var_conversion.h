@@ -16,13 +16,13 @@ struct Conversion {
 };
 
 /// Copies the content of a var; no reference changes hands. Cycles, dead ids, resources and objects
-/// cannot be converted, at any level. Any thread; works without recursion.
+/// cannot be converted, at any level, nor what is nested deeper than a Value may be. Any thread.
 ///
 /// @param call  names the caller where a dead id is noted; a literal.
 Conversion toValue(const char* call, PP_Var var);
 
 /// Makes vars of a value, as a browser does with a page's message: text that is ill-formed UTF-8
-/// becomes null, and a container that occurs twice one shared var. Any thread; no recursion.
+/// becomes null, and a container that occurs twice one shared var. Any thread.
 ///
 /// @param call  is noted as the origin; a literal.
 /// @return a var with one reference on the host's account, see VarTable.

@@ -13,6 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/never_destroyed.h"
 #include "ppapi/c/pp_resource.h"
 #include "ppapi/c/pp_var.h"
 
@@ -204,6 +205,7 @@ class VarTable {
         std::unique_lock<std::mutex> m_lock;
     };
 
+    friend class base::NeverDestroyed<VarTable>;
     VarTable() = default;
 
     // All below: the table is locked.

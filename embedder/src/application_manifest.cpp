@@ -1,4 +1,4 @@
-#include "runtime/application_manifest.h"
+#include "embedder/application_manifest.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,7 +7,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-namespace runtime {
+namespace embedder {
 namespace {
 
 using nlohmann::json;
@@ -99,4 +99,4 @@ std::string privilegeIdentifier(const std::string& name) {
                         "; known are partner, platform, public, and full identifiers (URLs)");
 }
 
-}  // namespace runtime
+}  // namespace embedder

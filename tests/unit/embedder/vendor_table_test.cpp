@@ -1,4 +1,4 @@
-#include "runtime/development_extension.h"
+#include "embedder/vendor_table.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,16 +16,17 @@
 
 namespace {
 
+using embedder::Application;
 using host::Value;
 using host::VarTable;
-using runtime::DevelopmentExtension;
 using support::text;
 using support::vars;
 using ::testing::IsEmpty;
 
 constexpr PP_Instance kInstance = -17;
+constexpr PP_Instance kNeighbour = 17;
 
-const PPB_ExtensionSystem_Korvane_0_1& table() { return *runtime::developmentExtensionTable(); }
+const PPB_ExtensionSystem_Korvane_0_1& table() { return *embedder::vendorTable(); }
 
 /// Fails when a call of the table changes what the caller owns, its answer excepted.
 class TheExtension : public ::testing::Test {
@@ -39,6 +40,11 @@ class TheExtension : public ::testing::Test {
         VarTable::instance().reset();
         configure(host::browserInterface);
     }
+    ~TheExtension() override {
+        for (const PP_Instance instance : {kInstance, kNeighbour}) {
+            embedder::forgetInstance(instance);
+        }
+    }
     void TearDown() override {
         EXPECT_THAT(VarTable::instance().problems(), IsEmpty());
         EXPECT_THAT(VarTable::instance().moduleHeldVars(), IsEmpty());
@@ -47,26 +53,25 @@ class TheExtension : public ::testing::Test {
 
     static void configure(PPB_GetInterface getInterface,
                           const std::set<std::string>& grants = {"a://granted"}) {
-        DevelopmentExtension extension;
-        extension.getInterface = getInterface;
-        extension.applicationName = "the application";
-        extension.grants = grants;
-        runtime::configureDevelopmentExtension(extension);
+        embedder::setBrowser(getInterface);
+        embedder::setApplication(kInstance, {"the application", grants});
     }
 
-    static Answer call(const PP_Var& name, const PP_Var& parameter) {
+    static Answer call(const PP_Var& name, const PP_Var& parameter,
+                       PP_Instance instance = kInstance) {
         const PP_Var before = text("before");
         PP_Var result = before;
-        const std::int32_t code = table().GenericSyncCall(kInstance, name, parameter, &result);
+        const std::int32_t code = table().GenericSyncCall(instance, name, parameter, &result);
         Answer answer{code, support::valueOf(result)};
         vars().Release(before);
         return answer;
     }
 
-    static Answer call(const std::string& name, const Value& parameter) {
+    static Answer call(const std::string& name, const Value& parameter,
+                       PP_Instance instance = kInstance) {
         const PP_Var nameVar = text(name);
         const PP_Var parameterVar = support::moduleVar(parameter);
-        const Answer answer = call(nameVar, parameterVar);
+        const Answer answer = call(nameVar, parameterVar, instance);
         vars().Release(nameVar);
         vars().Release(parameterVar);
         return answer;
@@ -74,7 +79,7 @@ class TheExtension : public ::testing::Test {
 };
 
 TEST_F(TheExtension, IsOneTable) {
-    EXPECT_EQ(runtime::developmentExtensionTable(), runtime::developmentExtensionTable());
+    EXPECT_EQ(embedder::vendorTable(), embedder::vendorTable());
     EXPECT_NE(table().GetEmbedderName, nullptr);
     EXPECT_NE(table().GetCurrentExtensionInfo, nullptr);
     EXPECT_NE(table().GenericSyncCall, nullptr);
@@ -94,10 +99,9 @@ TEST_F(TheExtension, TellsOfTheApplicationWithAReferenceForTheCaller) {
 }
 
 TEST_F(TheExtension, MayHaveAnotherName) {
-    DevelopmentExtension extension;
-    extension.getInterface = host::browserInterface;
-    extension.embedderName = "other";
-    runtime::configureDevelopmentExtension(extension);
+    Application application;
+    application.embedderName = "other";
+    embedder::setApplication(kInstance, application);
     EXPECT_EQ(support::takeValue(table().GetEmbedderName(kInstance)), Value("other"));
     EXPECT_EQ(support::takeValue(table().GetCurrentExtensionInfo(kInstance)),
               (Value::Dictionary{{"name", ""}, {"embedder", "other"}}));
@@ -253,8 +257,61 @@ TEST_F(TheExtension, MayBeConfiguredAnewWhileItIsAsked) {
     EXPECT_EQ(call("check_ace_privilege", "a://granted").value, Value(true));
 }
 
-/// Exit code 0 when the table fails as it has to before anybody configured it.
+TEST_F(TheExtension, GrantsEachInstanceWhatItsOwnApplicationHas) {
+    embedder::setApplication(kInstance, {"one", {"a://one", "a://both"}});
+    embedder::setApplication(kNeighbour, {"other", {"a://other", "a://both"}});
+    const auto granted = [](PP_Instance instance, const char* privilege) {
+        return call("check_ace_privilege", privilege, instance).value;
+    };
+    EXPECT_EQ(granted(kInstance, "a://one"), Value(true));
+    EXPECT_EQ(granted(kInstance, "a://other"), Value(false));
+    EXPECT_EQ(granted(kInstance, "a://both"), Value(true));
+    EXPECT_EQ(granted(kNeighbour, "a://one"), Value(false));
+    EXPECT_EQ(granted(kNeighbour, "a://other"), Value(true));
+    EXPECT_EQ(granted(kNeighbour, "a://both"), Value(true));
+}
+
+TEST_F(TheExtension, TellsEachInstanceOfItsOwnApplication) {
+    Application other = {"other", {}};
+    other.embedderName = "another embedder";
+    embedder::setApplication(kNeighbour, other);
+    EXPECT_EQ(support::takeValue(table().GetCurrentExtensionInfo(kInstance)),
+              (Value::Dictionary{{"name", "the application"}, {"embedder", "QuarnWRT"}}));
+    EXPECT_EQ(support::takeValue(table().GetCurrentExtensionInfo(kNeighbour)),
+              (Value::Dictionary{{"name", "other"}, {"embedder", "another embedder"}}));
+    EXPECT_EQ(support::takeValue(table().GetEmbedderName(kNeighbour)), Value("another embedder"));
+}
+
+TEST_F(TheExtension, TellsAnInstanceWithoutAnApplicationNothing) {
+    for (const PP_Instance instance : {kNeighbour, PP_Instance{0}}) {
+        SCOPED_TRACE(instance);
+        EXPECT_EQ(table().GetEmbedderName(instance).type, PP_VARTYPE_UNDEFINED);
+        EXPECT_EQ(table().GetCurrentExtensionInfo(instance).type, PP_VARTYPE_UNDEFINED);
+        for (const char* operation : {"check_ace_privilege", "nothing"}) {
+            const Answer answer = call(operation, "a://granted", instance);
+            EXPECT_EQ(answer.code, PP_ERROR_FAILED);
+            EXPECT_EQ(answer.value, Value("before"));
+        }
+    }
+}
+
+TEST_F(TheExtension, ForgetsTheInstanceThatIsGoneAndNoOther) {
+    embedder::setApplication(kNeighbour, {"other", {"a://granted"}});
+    embedder::forgetInstance(kInstance);
+    embedder::forgetInstance(kInstance);  // a second time is nothing
+    EXPECT_EQ(call("check_ace_privilege", "a://granted").code, PP_ERROR_FAILED);
+    EXPECT_EQ(call("check_ace_privilege", "a://granted", kNeighbour).value, Value(true));
+}
+
+TEST_F(TheExtension, HasAnInstancesLatestApplication) {
+    embedder::setApplication(kInstance, {"the application", {"a://other"}});
+    EXPECT_EQ(call("check_ace_privilege", "a://granted").value, Value(false));
+    EXPECT_EQ(call("check_ace_privilege", "a://other").value, Value(true));
+}
+
+/// Exit code 0 when the table fails as it has to before it has a browser.
 [[noreturn]] void tryUnconfigured() {
+    embedder::setApplication(kInstance, {"the application", {}});
     const PP_Var name = text("get_window_id");
     PP_Var result = PP_MakeInt32(99);
     const bool good = table().GetEmbedderName(kInstance).type == PP_VARTYPE_UNDEFINED &&

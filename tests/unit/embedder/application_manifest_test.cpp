@@ -1,4 +1,4 @@
-#include "runtime/application_manifest.h"
+#include "embedder/application_manifest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,10 +11,10 @@
 
 namespace {
 
-using runtime::ApplicationManifest;
-using runtime::ManifestError;
-using runtime::privilegeIdentifier;
-using runtime::readManifest;
+using embedder::ApplicationManifest;
+using embedder::ManifestError;
+using embedder::privilegeIdentifier;
+using embedder::readManifest;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;

@@ -1,5 +1,5 @@
-#ifndef BROWSER_WRAPPER_EXTENSION_VARIABLES_H_
-#define BROWSER_WRAPPER_EXTENSION_VARIABLES_H_
+#ifndef BROWSER_WRAPPER_VARIABLES_H_
+#define BROWSER_WRAPPER_VARIABLES_H_
 
 /// How sso-browser tells the wrapper module what to do: the two run in different processes, and
 /// variables of the browser are what its plug-in process inherits.
@@ -8,8 +8,9 @@ namespace browser {
 /// The absolute path of the module that the wrapper loads.
 inline constexpr const char* kModuleVariable = "SSO_BROWSER_MODULE";
 
-/// What the vendor interface answers, as JSON: {"name": text, "grants": [privilege identifiers]}.
-inline constexpr const char* kExtensionVariable = "SSO_BROWSER_EXTENSION";
+/// The applications, as a JSON array of {"place": URL, "name": text, "grants": [privilege
+/// identifiers]}; "place" is a folder or an origin, and ends in "/".
+inline constexpr const char* kApplicationsVariable = "SSO_BROWSER_APPLICATIONS";
 
 }  // namespace browser
 

@@ -1,11 +1,12 @@
-#ifndef RUNTIME_APPLICATION_MANIFEST_H_
-#define RUNTIME_APPLICATION_MANIFEST_H_
+#ifndef EMBEDDER_APPLICATION_MANIFEST_H_
+#define EMBEDDER_APPLICATION_MANIFEST_H_
 
 #include <set>
-#include <stdexcept>
 #include <string>
 
-namespace runtime {
+#include "embedder/input_error.h"
+
+namespace embedder {
 
 /// What a web application declares about itself: one JSON object, in a file named "manifest.json"
 /// beside its start page. Unknown keys are ignored.
@@ -19,9 +20,9 @@ struct ApplicationManifest {
 
 /// A manifest or a privilege that cannot be used. what() is one line for a person and names the
 /// file and the key.
-class ManifestError : public std::runtime_error {
+class ManifestError : public InputError {
   public:
-    using std::runtime_error::runtime_error;
+    using InputError::InputError;
 };
 
 /// @throws ManifestError  when the file is missing, is no JSON, or breaks a rule above.
@@ -34,6 +35,6 @@ ApplicationManifest readManifest(const std::string& path);
 /// @throws ManifestError  for any other text.
 std::string privilegeIdentifier(const std::string& name);
 
-}  // namespace runtime
+}  // namespace embedder
 
 #endif

@@ -1,0 +1,57 @@
+#include "embedder/options.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <iostream>
+
+#include "account/account_file.h"
+#include "embedder/application_manifest.h"
+#include "embedder/environment.h"
+
+namespace embedder {
+
+CommonOptions::CommonOptions(CLI::App& app, const std::string& manifest) {
+    m_options.module = (programFolder() / "../lib/libsso.so").lexically_normal().string();
+    app.add_option("--module", m_options.module,
+                   "The plug-in; default: ../lib/libsso.so, from this program's folder")
+        ->type_name("PATH");
+    app.add_option("--grant", m_grants,
+                   "A privilege to grant: partner, platform, public, or a full identifier (a URL); "
+                   "may be given more than once")
+        ->type_name("NAME")
+        ->take_all()
+        ->allow_extra_args(false);
+    app.add_option("--manifest", m_options.manifest, manifest)->type_name("FILE");
+    app.add_option("--account", m_options.account,
+                   "Let this account be on the device; default: none")
+        ->type_name("FILE");
+    app.add_flag("--log", m_options.log, "Show the plug-in's log on standard error");
+}
+
+Options CommonOptions::read() const {
+    Options options = m_options;
+    for (const std::string& name : m_grants) options.grants.insert(privilegeIdentifier(name));
+    if (options.account.empty()) return options;
+    try {
+        account::readAccountFile(options.account);
+    } catch (const account::AccountFileError& error) {
+        throw InputError(error.what());
+    }
+    // The one who reads it may have another working folder.
+    options.account = std::filesystem::absolute(options.account).string();
+    return options;
+}
+
+std::optional<int> parseCommandLine(CLI::App& app, int argc, const char* const* argv) {
+    try {
+        app.parse(argc, argv);
+        return std::nullopt;
+    } catch (const CLI::Success& help) {
+        return app.exit(help);
+    } catch (const CLI::ParseError& error) {
+        std::cerr << app.get_name() << ": " << error.what() << "; --help tells more\n";
+        return kExitBadInput;
+    }
+}
+
+}  // namespace embedder
