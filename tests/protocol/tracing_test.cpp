@@ -9,7 +9,7 @@
 
 #include "asynchronous_commands.h"
 #include "ht_control.h"
-#include "trace/ht_location.h"
+#include "trace/location.h"
 
 namespace protocol {
 namespace {

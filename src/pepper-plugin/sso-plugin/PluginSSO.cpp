@@ -7,7 +7,7 @@
 #include "PluginLog.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/module_embedder.h"
-#include "trace/ht_library.h"
+#include "trace/library.h"
 
 namespace {
 

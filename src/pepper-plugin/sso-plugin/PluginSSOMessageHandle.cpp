@@ -384,7 +384,7 @@ void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
     const bool isStarted = row->start(readTexts(request, row->read), this) != kNotStarted;
     const int traceLine = isStarted ? row->tracePoint.startedLine : row->tracePoint.notStartedLine;
     if (traceLine != kNoLine) {
-        row->tracePoint.store(&htScope);
+        row->tracePoint.store(&traceScope);
         SSO_LOG_FLOW_AS(row->tracePoint.logFormat, traceLine);
     }
     if (!isStarted) {

@@ -7,7 +7,7 @@
 #include <typeinfo>
 
 #include "ht.h"
-#include "trace/ht_location.h"
+#include "trace/location.h"
 
 /// What a traced library has of its own: places, and the step that stores a text.
 

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "trace/ht_location.h"
+#include "trace/location.h"
 
 namespace {
 

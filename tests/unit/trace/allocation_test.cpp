@@ -9,7 +9,7 @@
 
 #include "allocation_counter.h"
 #include "ht_control.h"
-#include "trace/ht_scope.h"
+#include "trace/scope.h"
 
 namespace {
 
@@ -18,8 +18,8 @@ using support::allocationsOf;
 /// A traced function with a further text in its middle; another one for each number.
 template <int number>
 void traced() {
-    HT_SCOPE(htScope, 100, "traced");
-    trace::storeText(&htScope, "traced done");
+    TRACE_SCOPE(traceScope, 100, "traced");
+    trace::storeText(&traceScope, "traced done");
 }
 
 class Allocation : public ::testing::Test {

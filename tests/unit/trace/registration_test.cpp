@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 #include "ht_control.h"
-#include "trace/ht_library.h"
+#include "trace/library.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Traced functions: what their places are recorded as, and when their scopes begin and end.
 
-#include "trace/ht_scope.h"
+#include "trace/scope.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,8 +29,8 @@ enum class Step { Once, Twice };
 
 /// Traced where it begins and where it ends.
 struct TracedObject {
-    TracedObject() { HT_SCOPE(htScope, 30, "TracedObject"); }
-    ~TracedObject() { HT_SCOPE(htScope, 41, "~TracedObject"); }
+    TracedObject() { TRACE_SCOPE(traceScope, 30, "TracedObject"); }
+    ~TracedObject() { TRACE_SCOPE(traceScope, 41, "~TracedObject"); }
     TracedObject(const TracedObject&) = delete;
     TracedObject& operator=(const TracedObject&) = delete;
 };
@@ -41,45 +41,45 @@ class TracedClass {
     explicit TracedClass(Steps& steps) : m_steps(&steps) {}
 
     int add(int number, Step step) const {
-        HT_SCOPE(htScope, 376, "add");
+        TRACE_SCOPE(traceScope, 376, "add");
         m_steps->emplace_back(step == Step::Once ? "once" : "twice");
         return number + 1;
     }
 
     void storeInTheMiddle() const {
-        HT_SCOPE(htScope, 386, "storeInTheMiddle");
+        TRACE_SCOPE(traceScope, 386, "storeInTheMiddle");
         m_steps->emplace_back("before");
-        trace::storeText(&htScope, "storeInTheMiddle done");
+        trace::storeText(&traceScope, "storeInTheMiddle done");
         m_steps->emplace_back("after");
     }
 
     void endABlock() const {
         {
-            HT_SCOPE(htScope, 584, "endABlock");
+            TRACE_SCOPE(traceScope, 584, "endABlock");
             m_steps->emplace_back("in the block");
         }
         m_steps->emplace_back("behind the block");
     }
 
     void fail() const {
-        HT_SCOPE(htScope, 57, "fail");
+        TRACE_SCOPE(traceScope, 57, "fail");
         throw std::logic_error("of the traced function");
     }
 
     void goOn() const noexcept {
-        HT_SCOPE_NOTHROW(htScope, 43, "goOn");
+        TRACE_SCOPE_NOTHROW(traceScope, 43, "goOn");
         m_steps->emplace_back("went on");
     }
 
     int addTwice(int number) const {
-        HT_SCOPE(htScope, 108, "addTwice");
+        TRACE_SCOPE(traceScope, 108, "addTwice");
         return add(add(number, Step::Once), Step::Twice);
     }
 
     // Two places in one function.
     void openTwo() const {
-        HT_SCOPE(outer, 285, "outer");
-        HT_SCOPE(inner, 287, "inner");
+        TRACE_SCOPE(outer, 285, "outer");
+        TRACE_SCOPE(inner, 287, "inner");
         trace::storeText(&outer, "outer done");
         m_steps->emplace_back("two are open");
     }
@@ -91,7 +91,7 @@ class TracedClass {
 /// Another place for each number.
 template <int number>
 void reachPlace() {
-    HT_SCOPE(htScope, 409, "reachPlace");
+    TRACE_SCOPE(traceScope, 409, "reachPlace");
 }
 
 }  // namespace trace_test
@@ -305,8 +305,8 @@ TEST_F(TracedFunctions, AreNotTracedWhenTheLibraryIsOff) {
 TEST_F(TracedFunctions, LeaveTheItemAloneThatStandsForAllWhenTheLibraryIsOff) {
     const TracedClass object(m_steps);
     object.storeInTheMiddle();
-    HT_SCOPE(htScope, 424, "test");
-    const TCScopeHandler handler = TCScopeHandler::Instance(htScope);
+    TRACE_SCOPE(traceScope, 424, "test");
+    const TCScopeHandler handler = TCScopeHandler::Instance(traceScope);
     EXPECT_FALSE(handler.item()->active);
     EXPECT_EQ(handler.item()->flags, 0U);
     EXPECT_THAT(handler.item()->formatters, IsEmpty());
@@ -419,10 +419,10 @@ TEST_P(Scopes, EndWhenAnExceptionPasses) {
 }
 
 TEST_P(Scopes, AreOpenOnTheirThread) {
-    HT_SCOPE(outer, 438, "outer");
+    TRACE_SCOPE(outer, 438, "outer");
     EXPECT_EQ(ht_control_open_scopes(), 1U);
     {
-        HT_SCOPE(inner, 440, "inner");
+        TRACE_SCOPE(inner, 440, "inner");
         EXPECT_EQ(ht_control_open_scopes(), 2U);
     }
     EXPECT_EQ(ht_control_open_scopes(), 1U);

@@ -1,6 +1,6 @@
 // What storing a text does to a call item.
 
-#include "trace/ht_store.h"
+#include "trace/store.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "recording_writer.h"
-#include "trace/ht_scope.h"
+#include "trace/scope.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef TRACE_HT_STORE_H_
-#define TRACE_HT_STORE_H_
+#ifndef TRACE_STORE_H_
+#define TRACE_STORE_H_
 
 // How a text is stored into a call item: the library's part of the service's classes.
 

@@ -1,5 +1,5 @@
-#ifndef TRACE_HT_LOCATION_H_
-#define TRACE_HT_LOCATION_H_
+#ifndef TRACE_LOCATION_H_
+#define TRACE_LOCATION_H_
 
 /// What the service is told of a traced place. It reads the members by their places in the record, so
 /// their order and types stay.

@@ -1,19 +1,19 @@
-#ifndef TRACE_HT_SCOPE_H_
-#define TRACE_HT_SCOPE_H_
+#ifndef TRACE_SCOPE_H_
+#define TRACE_SCOPE_H_
 
 // Scopes of traced functions, and texts that are stored in the middle of one. They change nothing of
 // what the function does, and cost no allocation unless the service wants to know.
 
 #include <optional>
 
-#include "trace/ht_library.h"
-#include "trace/ht_location.h"
-#include "trace/ht_store.h"
+#include "trace/library.h"
+#include "trace/location.h"
+#include "trace/store.h"
 
 /// Defines the record of the enclosing function's place, named after its line.
 ///
 /// @param line  a number literal.
-#define HT_LOCATION(line)                                                               \
+#define TRACE_LOCATION(line)                                                            \
     static int htID##line = 0;                                                          \
     static TSCodeLocation htCodeLocation##line = {__FILE__, line, __PRETTY_FUNCTION__,  \
                                                   &htID##line, nullptr};                \
@@ -26,16 +26,16 @@
 /// ended.
 ///
 /// @param line  a number literal: the place's line, which its record is named after.
-#define HT_SCOPE(container, line, text)               \
-    HT_LOCATION(line);                                \
+#define TRACE_SCOPE(container, line, text)            \
+    TRACE_LOCATION(line);                             \
     TCScopeContainer container(htCodeLocation##line); \
     trace::storeName(&(container), text)
 
-/// HT_SCOPE() of a function that must not throw: when the service throws, the scope ends at once, and
+/// TRACE_SCOPE() of a function that must not throw: when the service throws, the scope ends at once, and
 /// the function goes on without it.
-#define HT_SCOPE_NOTHROW(container, line, text) \
-    HT_LOCATION(line);                          \
-    std::optional<TCScopeContainer> container;  \
+#define TRACE_SCOPE_NOTHROW(container, line, text) \
+    TRACE_LOCATION(line);                          \
+    std::optional<TCScopeContainer> container;     \
     trace::openOrLeave(&(container), htCodeLocation##line, text)
 
 namespace trace {

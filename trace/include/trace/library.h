@@ -1,5 +1,5 @@
-#ifndef TRACE_HT_LIBRARY_H_
-#define TRACE_HT_LIBRARY_H_
+#ifndef TRACE_LIBRARY_H_
+#define TRACE_LIBRARY_H_
 
 // Registration of this library with the call-tracing service. Each source file that includes this
 // adds an entry to the lists of functions that run when the library is loaded and unloaded.
