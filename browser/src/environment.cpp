@@ -64,7 +64,6 @@ void prepareEnvironment(const Options& options, const std::vector<Application>& 
     set(kModuleVariable, fs::absolute(options.common.module).lexically_normal().string());
     nlohmann::json told = nlohmann::json::array();
     for (const Application& application : applications) {
-        if (application.place.isEmpty()) continue;
         told.push_back({{"place", application.place.toEncoded().toStdString()},
                         {"name", application.told.name},
                         {"grants", application.told.grants}});

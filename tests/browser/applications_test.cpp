@@ -205,7 +205,7 @@ TEST_F(Applications, CannotBeReachedIntoThroughAFrame) {
 TEST_F(Applications, CannotBeReachedIntoFromOneWhoseFolderIsInTheirs) {
     const std::string outer = make("outer", "", "\"sso.partner\"");
     const std::string inner = make("outer/inner", framing("../index.html"));
-    const std::vector<std::string> lines = console({inner, outer}, 6);
+    const std::vector<std::string> lines = console({outer, inner}, 6);
     ASSERT_THAT(lines, SizeIs(6));
     EXPECT_THAT(std::vector<std::string>(lines.begin() + 3, lines.end()),
                 ElementsAre("log: iframe: refused", "log: link: refused", "log: object: refused"));

@@ -256,6 +256,10 @@ TEST(DeepJson, IsLimitedByTheValuesDepthNotByTheTextThatItTakes) {
     EXPECT_EQ(parseJson(writeJson(value)), value);
     EXPECT_EQ(host::fromJson(host::toJson(value)), value);
     EXPECT_EQ(reasonFor(nested(host::kMaxValueDepth + 1)), "nested deeper than 2048 levels");
+    // Less text than the deepest takes, but one level of the value too many.
+    const std::size_t arrays = host::kMaxValueDepth - 9;
+    EXPECT_EQ(reasonFor(std::string(arrays, '[') + nested(10) + std::string(arrays, ']')),
+              "nested deeper than 2048 levels");
 }
 
 TEST(DeepJson, IsLimitedInTheLibrarysTypeToo) {
