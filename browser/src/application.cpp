@@ -35,8 +35,9 @@ QUrl placeOf(const QUrl& page) {
         return page.adjusted(QUrl::RemoveFilename | QUrl::RemoveQuery | QUrl::RemoveFragment |
                              QUrl::NormalizePathSegments);
     }
-    if (page.scheme() != QLatin1String("http") && page.scheme() != QLatin1String("https"))
+    if (page.scheme() != QLatin1String("http") && page.scheme() != QLatin1String("https")) {
         return {};
+    }
     QUrl origin = page.adjusted(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery |
                                 QUrl::RemoveFragment);
     origin.setPath(QStringLiteral("/"));

@@ -27,6 +27,7 @@ Runner::Runner(const Options& options, const std::vector<Application>& applicati
                std::optional<QString> script)
     : m_options(options) {
     std::vector<QUrl> places;
+    places.reserve(applications.size());
     for (const Application& application : applications) places.push_back(application.place);
     for (const Application& application : applications) {
         m_windows.push_back(std::make_unique<Window>(

@@ -94,8 +94,9 @@ Names commandsIn(const std::string& module) {
     for (std::size_t at = bytes.find(kBegin); at != std::string::npos;
          at = bytes.find(kBegin, at + 1)) {
         std::size_t end = at;
-        while (std::isalnum(static_cast<unsigned char>(bytes[end])) != 0 || bytes[end] == '_')
+        while (std::isalnum(static_cast<unsigned char>(bytes[end])) != 0 || bytes[end] == '_') {
             ++end;
+        }
         names.insert(bytes.substr(at, end - at));
     }
     return names;

@@ -33,10 +33,12 @@
 
 /// TRACE_SCOPE() of a function that must not throw: when the service throws, the scope ends at once, and
 /// the function goes on without it.
+// NOLINTBEGIN(bugprone-macro-parentheses): the name of a declaration
 #define TRACE_SCOPE_NOTHROW(container, line, text) \
     TRACE_LOCATION(line);                          \
     std::optional<TCScopeContainer> container;     \
     trace::openOrLeave(&(container), htCodeLocation##line, text)
+// NOLINTEND(bugprone-macro-parentheses)
 
 namespace trace {
 
