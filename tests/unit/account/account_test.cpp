@@ -9,7 +9,6 @@
 namespace {
 
 using account::Account;
-using account::Behaviour;
 using account::Description;
 using account::Operation;
 using account::Outcome;
