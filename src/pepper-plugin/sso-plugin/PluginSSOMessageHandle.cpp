@@ -9,6 +9,7 @@
 #include "PluginTrace.h"
 #include "SSOProtocol.h"
 #include "SSOUtil.h"
+#include "SdkCall.h"
 #include "extension/extension_system_korvane_wrt.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/message_loop.h"
@@ -127,7 +128,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      {{SSO_KEY_DATA, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_DATA},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
-         return sso_show(nullptr, 0, texts[0].c_str(), &m_ShowSSOLoginCallBack, self);
+         return sdk::call(sso_show, nullptr, 0, texts[0].c_str(),
+                          sdk::Callback<&m_ShowSSOLoginCallBack>(), self);
      },
      "show login failed",
      SSO_TRACE_POINT("m_ShowSSOLoginCallBack done", 151, 156)},
@@ -135,7 +137,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      {},
      {},
      [](const Texts&, CPluginSSOMessageHandler* self) {
-         return sso_show(nullptr, 0, "", &m_ShowCreateAccountCallBack, self);
+         return sdk::call(sso_show, nullptr, 0, "", sdk::Callback<&m_ShowCreateAccountCallBack>(),
+                          self);
      },
      "show login failed",  // the login page's text: pages know it as this command's
      SSO_TRACE_POINT("m_ShowCreateAccountCallBack done", 166, 171)},
@@ -144,8 +147,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
       {SSO_KEY_CLIENT_SECRET, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_CLIENT_ID, SSO_KEY_CLIENT_SECRET},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
-         return sso_request_access_token(texts[0].c_str(), texts[1].c_str(),
-                                         &m_RequestAccessTokenCallBack, self);
+         return sdk::call(sso_request_access_token, texts[0].c_str(), texts[1].c_str(),
+                          sdk::Callback<&m_RequestAccessTokenCallBack>(), self);
      },
      "request access token failed",
      SSO_TRACE_POINT("m_RequestAccessTokenCallBack done", 187, kNoLine)},
@@ -154,8 +157,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
       {SSO_KEY_CALLER_ID, "callerId parameter is invalid"}},
      {SSO_KEY_TERMS_ID, SSO_KEY_CALLER_ID},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
-         return sso_show_term_page(texts[0].c_str(), 0, texts[1].c_str(), &m_ShowTermsPageCallBack,
-                                   self);
+         return sdk::call(sso_show_term_page, texts[0].c_str(), 0, texts[1].c_str(),
+                          sdk::Callback<&m_ShowTermsPageCallBack>(), self);
      },
      "show terms page failed",
      SSO_TRACE_POINT("m_ShowTermsPageCallBack done", 213, 218)},
@@ -163,8 +166,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_APP_ID, SSO_KEY_PARTNER},  // without a partner: asked with ""
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
-         return sso_get_cp_account_mapping_list(texts[0].c_str(), texts[1].c_str(),
-                                                &m_GetPartnerAccountMappingListCallBack, self);
+         return sdk::call(sso_get_cp_account_mapping_list, texts[0].c_str(), texts[1].c_str(),
+                          sdk::Callback<&m_GetPartnerAccountMappingListCallBack>(), self);
      },
      "get cp account mapping list failed",
      kNoTracePoint},
@@ -174,9 +177,9 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
       {SSO_KEY_PARTNER_UID, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_APP_ID, SSO_KEY_PARTNER, SSO_KEY_PARTNER_UID},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
-         return sso_add_cp_account_mapping_info(texts[0].c_str(), texts[1].c_str(),
-                                                texts[2].c_str(),
-                                                &m_AddPartnerAccountMappingInfoCallBack, self);
+         return sdk::call(sso_add_cp_account_mapping_info, texts[0].c_str(), texts[1].c_str(),
+                          texts[2].c_str(),
+                          sdk::Callback<&m_AddPartnerAccountMappingInfoCallBack>(), self);
      },
      "add cp account mapping info failed",
      kNoTracePoint},
@@ -184,9 +187,9 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}, {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID}},
      {SSO_KEY_APP_ID, SSO_KEY_PARTNER, SSO_KEY_PARTNER_UID},  // without a user: asked with ""
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
-         return sso_remove_cp_account_mapping_info(
-             texts[0].c_str(), texts[1].c_str(), texts[2].c_str(),
-             &m_RemovePartnerAccountMappingInfoCallBack, self);
+         return sdk::call(sso_remove_cp_account_mapping_info, texts[0].c_str(), texts[1].c_str(),
+                          texts[2].c_str(),
+                          sdk::Callback<&m_RemovePartnerAccountMappingInfoCallBack>(), self);
      },
      "remove cp account mapping info failed",
      SSO_TRACE_POINT("m_RemovePartnerAccountMappingInfoCallBack done", 268, kNoLine)},
@@ -220,7 +223,7 @@ const CPluginSSOMessageHandler::BlockingCommand CPluginSSOMessageHandler::kBlock
          }
          const std::string termsId = request.Get(SSO_KEY_TERMS_ID).AsString();
          int state = 0;  // the answer when the library does not write one
-         sso_get_term_state(termsId.c_str(), &state);
+         sdk::call(sso_get_term_state, termsId.c_str(), &state);
          return success(state);
      }},
 };
@@ -258,8 +261,8 @@ CPluginSSOMessageHandler::~CPluginSSOMessageHandler() {
     SSO_LOG_FLOW("Destructor called start", 35);
     __atomic_store_n(&m_poInstance, nullptr, __ATOMIC_RELEASE);
     // Nobody here subscribes to these keys; whoever did in this process is withdrawn.
-    vconf_ignore_key_changed("memory/sso/login_status", nullptr);
-    vconf_ignore_key_changed("memory/sso/view_status", nullptr);
+    sdk::call(vconf_ignore_key_changed, "memory/sso/login_status", nullptr);
+    sdk::call(vconf_ignore_key_changed, "memory/sso/view_status", nullptr);
     SSO_TRACE_DESTRUCTOR("~CPluginSSOMessageHandler", 41, 43);
     SSO_LOG_FLOW("give proxy start", 45);
     sso_give_proxy();

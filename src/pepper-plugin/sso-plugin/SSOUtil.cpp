@@ -31,7 +31,9 @@ class LoginRecord {
 
     template <typename Record>
     bool fill(int (*query)(Record*)) {
-        static_assert(sizeof(Record) <= kSize, "the client library's login record is too large");
+        static_assert(sizeof(Record) <= kSize,
+                      "the client library's login record is larger than the 1408 bytes that the "
+                      "plug-in reserves");
         return query(reinterpret_cast<Record*>(m_bytes)) == kSuccess;
     }
 
@@ -47,10 +49,11 @@ struct Free {
 class OwnedText {
   public:
     /// @param query  asked at once. It may hand over a text even when it reports a failure.
-    explicit OwnedText(int (*query)(char**)) {
-        char* text = nullptr;
+    template <typename Text>
+    explicit OwnedText(int (*query)(Text**)) {
+        Text* text = nullptr;
         m_isValid = query(&text) == kSuccess;
-        m_text.reset(text);
+        m_text.reset(const_cast<char*>(text));
     }
 
     bool isValid() const { return m_isValid; }

@@ -6,6 +6,8 @@
 
 #include "ht.h"
 
+#ifndef SSO_HT_HAS_REGISTRATION  // else the service's own header brings it
+
 /// The cell that switches this library's tracing: 0 off. The service writes to it.
 inline int* HtLibEnabled() {
     static int enabled = 0;
@@ -29,5 +31,7 @@ inline int* HtLibEnabled() {
         libDeinitialized = 1;
     }
 }
+
+#endif  // SSO_HT_HAS_REGISTRATION
 
 #endif
