@@ -32,10 +32,11 @@ template <typename Literal>
         write(item, value);
     }
     if ((item->flags & Item::kWriteLater) != 0) {
-        // Bound by its own type: each size of literal has a formatter of its own.
-        item->formatters.emplace_back(boost::bind(&TCScopeContainer::m_VoidToType<Literal>,
-                                                  container, boost::placeholders::_1,
-                                                  reinterpret_cast<Literal*>(value)));
+        // Bound by its own type: each size of literal has a formatter of its own. Made before it is
+        // appended, so that all sizes share the code by which the list grows.
+        item->formatters.push_back(Item::Formatter(
+            boost::bind(&TCScopeContainer::m_VoidToType<Literal>, container,
+                        boost::placeholders::_1, reinterpret_cast<Literal*>(value))));
     }
     if (item->recordsTypes) {
         const char* name = typeid(const char*).name();
