@@ -24,20 +24,22 @@ function(sso_public_headers target folder)
 endfunction()
 
 # sso_install_sdk(<target> [REQUIRES <packages>]): installs a stand-in as a device's SDK would come:
-# headers, library and pkg-config file, but none of the control headers. Component "sdk".
+# headers, library and pkg-config file, but none of the control headers. Component "sdk", which has to
+# be asked for by name: else an installation would put stand-ins beside a device's own libraries.
 function(sso_install_sdk target)
   cmake_parse_arguments(arg "" "" "REQUIRES" ${ARGN})
-  install(DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/include/ DESTINATION include COMPONENT sdk)
+  install(DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/include/ DESTINATION include COMPONENT sdk
+    EXCLUDE_FROM_ALL)
   install(TARGETS ${target}
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sdk
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sdk)
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sdk EXCLUDE_FROM_ALL
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sdk EXCLUDE_FROM_ALL)
   string(REPLACE _ - package ${target})
   set(SDK_NAME ${package})
   set(SDK_LIBS ${target})
   list(JOIN arg_REQUIRES " " SDK_REQUIRES)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/sdk.pc.in ${package}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT sdk)
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT sdk EXCLUDE_FROM_ALL)
 endfunction()
 
 # sso_stand_in_library(<name> <sources>): makes lib<name>.so of a folder of platform/, exporting what

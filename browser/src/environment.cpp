@@ -27,8 +27,8 @@ bool fitsSwitch(const fs::path& path) {
 }
 
 fs::path wrapperPath(const SessionFolder& folder) {
-    fs::path wrapper =
-        fs::weakly_canonical(embedder::programFolder() / "../lib/libsso_browser_wrapper.so");
+    fs::path wrapper = fs::weakly_canonical(embedder::programFolder() / SSO_LIBRARY_FOLDER
+                                            "/libsso_browser_wrapper.so");
     if (!fs::exists(wrapper)) {
         throw embedder::InputError(wrapper.string() + ", a part of this browser, is missing");
     }

@@ -11,9 +11,11 @@
 namespace embedder {
 
 CommonOptions::CommonOptions(CLI::App& app, const std::string& manifest) {
-    m_options.module = (programFolder() / "../lib/libsso.so").lexically_normal().string();
+    m_options.module =
+        (programFolder() / SSO_LIBRARY_FOLDER "/libsso.so").lexically_normal().string();
     app.add_option("--module", m_options.module,
-                   "The plug-in; default: ../lib/libsso.so, from this program's folder")
+                   "The plug-in; default: " SSO_LIBRARY_FOLDER
+                   "/libsso.so, from this program's folder")
         ->type_name("PATH");
     app.add_option("--grant", m_grants,
                    "A privilege to grant: partner, platform, public, or a full identifier (a URL); "
