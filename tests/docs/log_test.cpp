@@ -15,6 +15,7 @@
 #include "host/value_json.h"
 #include "module_path.h"
 #include "process.h"
+#include "temporary_folder.h"
 
 namespace {
 
@@ -110,9 +111,11 @@ std::regex patternOf(const Line& line, const std::string& tag) {
 
 /// What `input` makes the module write, line by line without the time, and what the page gets.
 support::ProcessResult run(const std::string& account, const std::string& input,
-                           std::vector<std::string>* log) {
+                           std::vector<std::string>* log,
+                           const std::vector<std::string>& environment = {}) {
     support::ProcessOptions options;
     options.input = input;
+    options.environment = environment;
     const support::ProcessResult result =
         support::runProcess({support::builtPath("bin/sso-host"), "--module", support::modulePath(),
                              "--account", SSO_SOURCE_DIR "/account/examples/" + account + ".json",
@@ -133,8 +136,8 @@ std::string sent(const host::Value& request, contract::Path path) {
 
 class TheLog : public TheLogsList {
   protected:
-    /// Every example of the protocol's reference, and what goes wrong besides, on the account.
-    std::vector<std::string> logOf(const std::string& account) const {
+    /// The requests of the protocol's reference, and what goes wrong besides.
+    std::string requests() const {
         std::string input;
         for (const docs::Example& example : m_reference.examples) {
             input += sent(example.request, example.path);
@@ -143,10 +146,33 @@ class TheLog : public TheLogsList {
             input += sent(host::parseJson(other), contract::Path::Async);
             input += sent(host::parseJson(other), contract::Path::Blocking);
         }
+        return input;
+    }
+
+    /// Of a visit with all of them, and of one that loses its handler.
+    std::vector<std::string> logOf(const std::string& account) const {
         std::vector<std::string> log;
-        run(account, input, &log);
+        run(account, requests(), &log);
         run(account, "{\"unregister\":1}\n", &log);
         return log;
+    }
+
+    /// What the requests and their answers hold, but for the protocol's own words.
+    Texts values() const {
+        Texts values;
+        for (const docs::Example& example : m_reference.examples) {
+            for (const host::Value* message : {&example.request, &example.answer}) {
+                if (!message->isDictionary()) continue;
+                for (const char* key : {"id", "secret", "termsId", "callerId", "appID", "cpName",
+                                        "cpUID", "token", "PartnerAccountInfo", "value"}) {
+                    if (!message->has(key) || !(*message)[key].isString()) continue;
+                    const std::string text = (*message)[key].asString();
+                    if (text.size() > 3) values.insert(text);  // "1.1" and the like stand anywhere
+                }
+            }
+        }
+        EXPECT_GT(values.size(), 5U);
+        return values;
     }
 
     const docs::Document m_reference = docs::readDocument(SSO_SOURCE_DIR "/docs/protocol.md");
@@ -186,23 +212,25 @@ TEST_F(TheLog, OfARunStandsInTheList) {
 }
 
 TEST_F(TheLog, HoldsNoValueOfARequestOrAnAnswer) {
-    Texts values;
-    for (const docs::Example& example : m_reference.examples) {
-        for (const host::Value* message : {&example.request, &example.answer}) {
-            if (!message->isDictionary()) continue;
-            for (const char* key : {"id", "secret", "termsId", "callerId", "appID", "cpName",
-                                    "cpUID", "token", "PartnerAccountInfo", "value"}) {
-                if (!message->has(key) || !(*message)[key].isString()) continue;
-                const std::string text = (*message)[key].asString();
-                if (text.size() > 3) values.insert(text);  // "1.1" and the like stand anywhere
-            }
-        }
-    }
-    ASSERT_GT(values.size(), 5U);
+    const Texts all = values();
     for (const std::string& line : logOf("signed-in")) {
-        for (const std::string& value : values) {
+        for (const std::string& value : all) {
             EXPECT_EQ(line.find(value), std::string::npos) << value << " in " << line;
         }
+    }
+}
+
+TEST_F(TheLog, HasATraceBesideItWithoutAnyValueEither) {
+    const support::TemporaryFolder folder;
+    const std::string path = folder.path("trace.json");
+    std::vector<std::string> log;
+    run("signed-in", requests(), &log, {"HT_TRACE=" + path, "HT_TRACE_TYPES=1"});
+    std::ifstream file(path);
+    const std::string trace{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_NE(trace.find("m_ShowTermsPageCallBack done"), std::string::npos)
+        << "nothing was traced";
+    for (const std::string& value : values()) {
+        EXPECT_EQ(trace.find(value), std::string::npos) << value;
     }
 }
 
