@@ -1,6 +1,6 @@
 // The protocol's reference: what its examples and tables say is what the plug-in does.
 
-#include "protocol_reference.h"
+#include "document.h"
 
 #include <gmock/gmock.h>
 
@@ -24,8 +24,7 @@ using host::Value;
 
 class TheProtocolReference : public ::testing::Test {
   protected:
-    const docs::ProtocolReference m_reference =
-        docs::readProtocolReference(SSO_SOURCE_DIR "/docs/protocol.md");
+    const docs::Document m_reference = docs::readDocument(SSO_SOURCE_DIR "/docs/protocol.md");
 
     std::vector<Example> examplesOf(const Command& command) const {
         std::vector<Example> found;

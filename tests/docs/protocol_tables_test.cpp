@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "document.h"
 #include "protocol_data.h"
-#include "protocol_reference.h"
 
 namespace {
 
@@ -102,7 +102,7 @@ const std::string* likest(const std::vector<std::string>& lines, const std::stri
     return found == lines.end() || alike(*found) == 0 ? nullptr : &*found;
 }
 
-void expectTable(const docs::ProtocolReference& reference, const std::string& head,
+void expectTable(const docs::Document& reference, const std::string& head,
                  const std::vector<std::string>& rows) {
     const auto table = std::find_if(reference.tables.begin(), reference.tables.end(),
                                     [&](const docs::Table& one) { return one.head == head; });
@@ -137,8 +137,7 @@ void expectTable(const docs::ProtocolReference& reference, const std::string& he
 
 class TheProtocolTables : public ::testing::Test {
   protected:
-    const docs::ProtocolReference m_reference =
-        docs::readProtocolReference(SSO_SOURCE_DIR "/docs/protocol.md");
+    const docs::Document m_reference = docs::readDocument(SSO_SOURCE_DIR "/docs/protocol.md");
 };
 
 TEST_F(TheProtocolTables, ListEveryCommand) {

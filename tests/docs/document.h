@@ -1,5 +1,5 @@
-#ifndef DOCS_PROTOCOL_REFERENCE_H_
-#define DOCS_PROTOCOL_REFERENCE_H_
+#ifndef DOCS_DOCUMENT_H_
+#define DOCS_DOCUMENT_H_
 
 #include <string>
 #include <vector>
@@ -34,18 +34,32 @@ struct Table {
     std::vector<std::string> rows;
 };
 
+/// The first text in a cell that is set as code, "" without one.
+std::string codeOf(const std::string& cell);
+
 /// What stands between the bars of a table's line.
 std::vector<std::string> cellsOf(const std::string& line);
 
-struct ProtocolReference {
+/// A block of code, other than an example.
+struct Block {
+    std::string language;
+    std::string text;
+};
+
+struct Document {
     std::vector<Example> examples;
+    std::vector<Block> blocks;
     std::vector<Table> tables;
     std::vector<std::string> anchors;  ///< of its headings
     std::vector<std::string> links;    ///< to anchors, without the "#"
 };
 
-/// @throws std::runtime_error  for a block that is no example, with its line.
-ProtocolReference readProtocolReference(const std::string& path);
+/// @param head  what its first line begins with.
+/// @throws std::runtime_error  when there is none.
+const Table& tableOf(const Document& document, const std::string& head);
+
+/// @throws std::runtime_error  for a JSON block that is no example, with its line.
+Document readDocument(const std::string& path);
 
 }  // namespace docs
 

@@ -1,4 +1,4 @@
-#include "protocol_reference.h"
+#include "document.h"
 
 #include <algorithm>
 #include <cctype>
@@ -30,21 +30,22 @@ class Reader {
   public:
     explicit Reader(std::istream& stream) : m_stream(stream) {}
 
-    ProtocolReference read() {
+    Document read() {
         while (next()) {
             static const std::regex heading("#+ (.*)");
             std::smatch match;
             if (std::regex_match(m_line, match, heading)) {
-                m_reference.anchors.push_back(anchorOf(match[1]));
+                m_document.anchors.push_back(anchorOf(match[1]));
             } else if (m_line.rfind("```json", 0) == 0) {
                 readExample();
             } else if (m_line.rfind("```", 0) == 0) {
-                readBlock();  // of another language
+                const std::string language = m_line.substr(3);
+                m_document.blocks.push_back({language, readBlock()});
             } else {
                 readText();
             }
         }
-        return std::move(m_reference);
+        return std::move(m_document);
     }
 
   private:
@@ -93,20 +94,20 @@ class Reader {
             example.path == contract::Path::Async ? "```json answer" : "```json reply";
         if (!next() || m_line != answer) fail(std::string("expected ") + answer);
         example.answer = host::parseJson(readBlock());
-        m_reference.examples.push_back(std::move(example));
+        m_document.examples.push_back(std::move(example));
     }
 
     void readText() {
         static const std::regex link(R"(\]\(#([^)]*)\))");
         for (std::sregex_iterator match(m_line.begin(), m_line.end(), link), end; match != end;
              ++match) {
-            m_reference.links.push_back((*match)[1]);
+            m_document.links.push_back((*match)[1]);
         }
         const bool isTable = m_line.rfind("|", 0) == 0;
         if (isTable && !m_inTable) {
-            m_reference.tables.push_back({m_line, {}});
+            m_document.tables.push_back({m_line, {}});
         } else if (isTable && m_line.rfind("|--", 0) != 0) {
-            m_reference.tables.back().rows.push_back(m_line);
+            m_document.tables.back().rows.push_back(m_line);
         }
         m_inTable = isTable;
     }
@@ -115,10 +116,16 @@ class Reader {
     std::string m_line;
     int m_number = 0;
     bool m_inTable = false;
-    ProtocolReference m_reference;
+    Document m_document;
 };
 
 }  // namespace
+
+std::string codeOf(const std::string& cell) {
+    const std::size_t first = cell.find('`');
+    if (first == std::string::npos) return {};
+    return cell.substr(first + 1, cell.find('`', first + 1) - first - 1);
+}
 
 std::vector<std::string> cellsOf(const std::string& line) {
     std::vector<std::string> cells;
@@ -132,7 +139,14 @@ std::vector<std::string> cellsOf(const std::string& line) {
     return cells;
 }
 
-ProtocolReference readProtocolReference(const std::string& path) {
+const Table& tableOf(const Document& document, const std::string& head) {
+    for (const Table& table : document.tables) {
+        if (table.head.rfind(head, 0) == 0) return table;
+    }
+    throw std::runtime_error("there is no table " + head);
+}
+
+Document readDocument(const std::string& path) {
     std::ifstream file(path);
     if (!file) throw std::runtime_error(path + " cannot be read");
     return Reader(file).read();
