@@ -18,7 +18,13 @@ size_t entries(const GElf_Shdr& header) {
 
 }  // namespace
 
-ElfFile::ElfFile(const std::string& path) {
+ElfFile::ElfFile(const std::string& path, const std::string& symbols) {
+    if (!symbols.empty()) {
+        const ElfFile other(symbols);
+        m_symbols = other.m_symbols;
+        m_namesAt = other.m_namesAt;
+        m_stripped = other.m_stripped;
+    }
     elf_version(EV_CURRENT);
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     const std::unique_ptr<Elf, decltype(&elf_end)> elf(elf_begin(file, ELF_C_READ, nullptr),
@@ -43,8 +49,13 @@ ElfFile::ElfFile(const std::string& path) {
     for (Elf_Scn* section = nullptr; (section = elf_nextscn(elf.get(), section)) != nullptr;) {
         GElf_Shdr header;
         gelf_getshdr(section, &header);
-        m_sections[elf_strptr(elf.get(), names, header.sh_name)] = header;
+        const std::string sectionName = elf_strptr(elf.get(), names, header.sh_name);
+        m_sections[sectionName] = header;
+        if (header.sh_type == SHT_SYMTAB) m_stripped = false;
         Elf_Data* data = elf_getdata(section, nullptr);
+        if (sectionName == ".comment" && data != nullptr && data->d_buf != nullptr) {
+            m_compilers.assign(static_cast<const char*>(data->d_buf), data->d_size);
+        }
         for (size_t i = 0; i < entries(header); ++i) {
             const int index = static_cast<int>(i);
             if (header.sh_type == SHT_SYMTAB || header.sh_type == SHT_DYNSYM) {

@@ -13,8 +13,9 @@ namespace elf {
 /// What the tests want to know of a shared object, read from the file.
 class ElfFile {
   public:
-    /// @throws std::runtime_error  when it is no readable ELF file.
-    explicit ElfFile(const std::string& path);
+    /// @param symbols  a file that holds the symbols which the file was stripped of; "" for none.
+    /// @throws std::runtime_error  when one of them is no readable ELF file.
+    explicit ElfFile(const std::string& path, const std::string& symbols = "");
 
     /// Mangled names of the dynamic symbols.
     std::set<std::string> definedSymbols() const { return m_defined; }
@@ -46,7 +47,9 @@ class ElfFile {
     /// @param offset  of the pointer, in bytes.
     std::set<std::string> pointee(const std::string& symbol, uint64_t offset) const;
 
-    bool isStripped() const { return m_sections.count(".symtab") == 0; }
+    bool isStripped() const { return m_stripped; }
+    /// What the compilers wrote into it; "" when that was cut out.
+    const std::string& compilers() const { return m_compilers; }
 
   private:
     struct Symbol {
@@ -66,6 +69,8 @@ class ElfFile {
     std::multimap<int64_t, std::string> m_dynamicTexts;
     std::map<std::string, GElf_Shdr> m_sections;
     std::vector<GElf_Phdr> m_programHeaders;
+    std::string m_compilers;
+    bool m_stripped = true;
 };
 
 }  // namespace elf

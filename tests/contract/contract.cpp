@@ -94,7 +94,7 @@ class Maker {
                 setting.privileges.push_back(known.name);
             }
         }
-        if (!account.empty()) setting.account = SSO_SOURCE_DIR "/account/examples/" + account;
+        if (!account.empty()) setting.account = treeFile("account/examples/" + account);
         auto visit = std::find_if(m_visits.begin(), m_visits.end(),
                                   [&](const Visit& known) { return known.setting == setting; });
         if (visit == m_visits.end()) visit = m_visits.insert(m_visits.end(), {setting, {}});

@@ -1,6 +1,7 @@
 #include "protocol_data.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <set>
 #include <stdexcept>
 
@@ -140,6 +141,11 @@ const Protocol& protocol() {
     return protocol;
 }
 
-std::string dataFile(const std::string& name) { return SSO_SOURCE_DIR "/protocol/" + name; }
+std::string treeFile(const std::string& name) {
+    const char* installed = std::getenv("SSO_TEST_DATA");
+    return std::string(installed != nullptr ? installed : SSO_SOURCE_DIR) + "/" + name;
+}
+
+std::string dataFile(const std::string& name) { return treeFile("protocol/" + name); }
 
 }  // namespace contract

@@ -90,7 +90,11 @@ Protocol readProtocol(const std::string& path);
 /// That of this source tree, read once; throws as readProtocol().
 const Protocol& protocol();
 
-/// A file of the folder protocol/ in this source tree.
+/// A file of this source tree, or of the folder that SSO_TEST_DATA in the environment names instead:
+/// installed tests have no tree.
+std::string treeFile(const std::string& name);
+
+/// That of the folder protocol/.
 std::string dataFile(const std::string& name);
 
 }  // namespace contract

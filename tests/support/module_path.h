@@ -19,6 +19,15 @@ inline std::string modulePath() {
     return other != nullptr && *other != '\0' ? other : builtPath("lib/libsso.so");
 }
 
+/// Where the symbols of the plug-in under test are when it is stripped; "" when they are in it.
+inline std::string symbolsPath() {
+    const char* symbols = std::getenv("SSO_TEST_SYMBOLS");
+    return symbols != nullptr ? symbols : "";
+}
+
+/// Whether the plug-in under test is not that of this build tree.
+inline bool moduleIsForeign() { return modulePath() != builtPath("lib/libsso.so"); }
+
 }  // namespace support
 
 #endif

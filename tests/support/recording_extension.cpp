@@ -1,6 +1,7 @@
 #include "recording_extension.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <sstream>
 #include <utility>
 
@@ -25,7 +26,9 @@ Value contentOf(PP_Var var) {
 }  // namespace
 
 std::string identifierOf(Privilege privilege) {
-    const std::string path = SSO_PRIVILEGE_ORIGIN "/privilege/sso.";
+    const char* other = std::getenv("SSO_TEST_ORIGIN");
+    const std::string path =
+        std::string(other != nullptr ? other : SSO_PRIVILEGE_ORIGIN) + "/privilege/sso.";
     if (privilege == kPartner) return path + "partner";
     return path + (privilege == kPlatform ? "platform" : "public");
 }

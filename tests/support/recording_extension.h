@@ -19,7 +19,8 @@ namespace support {
 enum Privilege : unsigned { kNone = 0, kPartner = 1, kPlatform = 2, kPublic = 4, kAll = 7 };
 
 /// The identifier that the plug-in asks for, of one bit: "http://developer.korvane.example" (or the
-/// origin that the tree is configured with) "/privilege/sso.partner" and so on.
+/// origin that the tree is configured with, or SSO_TEST_ORIGIN in the environment)
+/// "/privilege/sso.partner" and so on.
 std::string identifierOf(Privilege privilege);
 
 /// A vendor table whose answers a test chooses. It notes each call as

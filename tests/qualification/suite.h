@@ -1,0 +1,48 @@
+#ifndef QUALIFICATION_SUITE_H_
+#define QUALIFICATION_SUITE_H_
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// The test programs, run test by test.
+namespace qualification {
+
+enum class Outcome { Passed, Failed, Crashed, Hung, NotApplicable, NotRun };
+
+/// "passed", "failed", "crashed", "hung", "not applicable", "not run"
+const char* nameOf(Outcome outcome);
+
+struct TestResult {
+    std::string program;  ///< "protocol-tests"
+    std::string suite;    ///< "TheGate", also of a test that is made of a table
+    std::string name;     ///< of the test in its suite
+    Outcome outcome = Outcome::NotRun;
+    double seconds = 0;
+    std::string reason;  ///< lines; "" when it passed
+};
+
+struct SuiteOptions {
+    std::string folder;                    ///< of the test programs
+    std::string filter;                    ///< of the tests, as GoogleTest's; "" for all
+    std::vector<std::string> environment;  ///< "NAME=value", for the tests
+    std::chrono::seconds limit{10};        ///< for a test
+    unsigned jobs = 4;                     ///< tests at a time
+    /// Told after each test, on any thread, one call at a time: the result, how many are done, and
+    /// of how many.
+    std::function<void(const TestResult&, std::size_t, std::size_t)> onResult;
+};
+
+/// Runs each test of the module in a process of its own.
+///
+/// Once a test of a program has hung, the program's next ones have three seconds; when eight have
+/// hung, the rest of that program is not run.
+///
+/// @return the results in the order of the programs' own lists.
+/// @throws std::runtime_error  when a test program is missing or lists no tests.
+std::vector<TestResult> runSuite(const SuiteOptions& options);
+
+}  // namespace qualification
+
+#endif

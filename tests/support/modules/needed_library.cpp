@@ -1,0 +1,1 @@
+// A library that a module needs for its name alone.
