@@ -9,7 +9,6 @@
 
 namespace {
 
-using ::testing::AnyOf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::NotNull;
