@@ -115,6 +115,25 @@ TEST_F(TheDeviceGuide, DeclaresThemAsTheHeadersDo) {
     EXPECT_EQ(result.exitCode, 0) << result.errors;
 }
 
+/// Without comments, with one blank where there are some or a line ends.
+std::string squeezed(const std::string& code) {
+    const std::string bare = std::regex_replace(code, std::regex(R"(//.*|/\*[\s\S]*?\*/)"), " ");
+    return std::regex_replace(bare, std::regex(R"(\s+)"), " ");
+}
+
+TEST_F(TheDeviceGuide, ShowsTheTablesAsTheHeadersHaveThem) {
+    const std::string headers = squeezed(
+        bytesOf(SSO_SOURCE_DIR "/trace/include/trace/location.h") +
+        bytesOf(SSO_SOURCE_DIR "/platform/runtime/include/runtime/ppb_extension_system_korvane.h"));
+    int shown = 0;
+    for (const docs::Block& block : m_guide.blocks) {
+        if (block.language != "cpp") continue;
+        ++shown;
+        EXPECT_THAT(headers, ::testing::HasSubstr(squeezed(block.text)));
+    }
+    EXPECT_EQ(shown, 2);
+}
+
 TEST_F(TheDeviceGuide, ListsTheHeadersThatThePluginIncludes) {
     Names included;
     Names own;

@@ -187,6 +187,8 @@ TEST_F(TheBillOfMaterials, NamesWhatTheModuleIsMadeWith) {
     using Versions = std::map<std::string, std::string>;
     EXPECT_EQ(related(m_document, "SPDXRef-DOCUMENT", "DESCRIBES"),
               (Versions{{"libsso", SSO_VERSION}}));
+    EXPECT_EQ(related(m_document, "SPDXRef-File-libsso.so", "GENERATED_FROM"),
+              (Versions{{"sources of libsso", SSO_VERSION}}));
     const std::string boost = std::to_string(BOOST_VERSION / 100000) + '.' +
                               std::to_string(BOOST_VERSION / 100 % 1000) + '.' +
                               std::to_string(BOOST_VERSION % 100);
