@@ -10,10 +10,10 @@
 
 /// Ends a test that another build of the module need not pass, and says why. Our own build has to
 /// pass it: there it fails.
-#define NOT_APPLICABLE(reason)                                  \
-    do {                                                        \
-        if (support::moduleIsForeign()) GTEST_SKIP() << reason; \
-        FAIL() << reason;                                       \
+#define NOT_APPLICABLE(reason)                                    \
+    do {                                                          \
+        if (support::moduleIsForeign()) GTEST_SKIP() << (reason); \
+        FAIL() << (reason);                                       \
     } while (false)
 
 namespace elf {

@@ -21,7 +21,6 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
-using ::testing::StartsWith;
 using Words = std::vector<std::string>;
 
 const std::string kOrigin = SSO_PRIVILEGE_ORIGIN;
@@ -125,6 +124,11 @@ TEST_F(TheCheck, RefusesAnotherArchitecture) {
 TEST_F(TheCheck, RefusesAModuleWhoseLibrariesAreMissing) {
     const std::string module = support::builtPath("lib/libneedy_module.so");
     expectRefusal(check({module}), 12, module, "needs libraries that are missing: libnobody.so.1");
+
+    const std::string folder = std::string("LD_LIBRARY_PATH=") + SSO_NEEDED_LIBRARIES;
+    expectEnd(
+        check({module, "--filter", "TheVersion.*"}, {"SSO_FAULTY_MODULE=" + m_plugin, folder}), 0,
+        module, "passes: 6 of 6 tests pass");
 }
 
 TEST_F(TheCheck, RefusesAModuleWhoseFunctionsAreMissing) {

@@ -161,14 +161,7 @@ int checkModule(CommandLine& command) {
     return static_cast<int>(report.verdict);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    // Modules may crash here by design, a reader may leave.
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_CORE, &none);
-    std::signal(SIGPIPE, SIG_IGN);
-
+int runProgram(int argc, char** argv) {
     CommandLine command;
     std::vector<std::string> child;
     int limit = static_cast<int>(command.suite.limit.count());
@@ -197,12 +190,22 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : static_cast<int>(Verdict::NotAsked);
     }
+    command.module = std::filesystem::absolute(command.module).string();
+    command.suite.folder = support::builtPath("bin");
+    command.suite.limit = std::chrono::seconds(limit);
+    command.suite.onResult = &showProgress;
+    return checkModule(command);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // Modules crash here by design, and whoever reads the output may leave.
+    const rlimit none{0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+    std::signal(SIGPIPE, SIG_IGN);
     try {
-        command.module = std::filesystem::absolute(command.module).string();
-        command.suite.folder = support::builtPath("bin");
-        command.suite.limit = std::chrono::seconds(limit);
-        command.suite.onResult = &showProgress;
-        return checkModule(command);
+        return runProgram(argc, argv);
     } catch (const std::exception& error) {
         std::cerr << "sso-check-module: " << error.what() << "\n";
         return static_cast<int>(Verdict::NotAsked);

@@ -74,8 +74,9 @@ std::set<std::string> originsIn(const Elf_Data* data) {
     for (std::size_t at = bytes.find(kPath); at != std::string::npos;
          at = bytes.find(kPath, at + 1)) {
         std::size_t begin = at;
-        while (begin > 0 && std::isgraph(static_cast<unsigned char>(bytes[begin - 1])) != 0)
+        while (begin > 0 && std::isgraph(static_cast<unsigned char>(bytes[begin - 1])) != 0) {
             --begin;
+        }
         if (begin < at) origins.emplace(bytes.substr(begin, at - begin));
     }
     return origins;
@@ -154,8 +155,8 @@ void checkModuleFile(const ModuleFile& file) {
     }
     std::string missing;
     for (const char* entry : {"PPP_GetInterface", "PPP_InitializeModule"}) {
-        if (file.functions.count(entry) == 0)
-            missing += std::string(missing.empty() ? "" : " and no ") + entry;
+        if (file.functions.count(entry) != 0) continue;
+        missing += std::string(missing.empty() ? "" : " and no ") + entry;
     }
     if (!missing.empty()) throw Refusal(Verdict::NoModule, "is no module: it has no " + missing);
 }

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
@@ -98,7 +99,9 @@ std::string libraryPath(const ModuleFile& file, const Suppliers& suppliers) {
         std::filesystem::create_symlink(standIn,
                                         std::filesystem::path(suppliers.versions) / soname);
     }
-    return suppliers.standIns + ":" + suppliers.versions;
+    const char* others = std::getenv("LD_LIBRARY_PATH");
+    return suppliers.standIns + ":" + suppliers.versions +
+           (others != nullptr && *others != '\0' ? std::string(":") + others : "");
 }
 
 void checkLoading(const std::string& module, const std::vector<std::string>& needed,

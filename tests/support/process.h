@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <functional>
@@ -100,9 +101,16 @@ inline pid_t spawn(const std::vector<std::string>& command, const ProcessOptions
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
 
-    // The first entry of a name counts, so what is asked for comes before what is there.
+    // Each name once: programs take the first of two, the dynamic linker the last.
     std::vector<std::string> variables = options.environment;
-    for (char** entry = environ; *entry != nullptr; ++entry) variables.emplace_back(*entry);
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string variable = *entry;
+        const std::string name = variable.substr(0, variable.find('=') + 1);
+        const bool replaced = std::any_of(
+            options.environment.begin(), options.environment.end(),
+            [&](const std::string& other) { return other.compare(0, name.size(), name) == 0; });
+        if (!replaced) variables.push_back(variable);
+    }
     std::vector<char*> environment;
     for (std::string& variable : variables) environment.push_back(variable.data());
     environment.push_back(nullptr);
