@@ -68,7 +68,7 @@ TEST(AccountProxy, CallsNobodyBackWhoWasRefused) {
     std::atomic<bool> done{false};
     std::thread starter([&] {
         atOnce(kThreads, [&](int) {
-            while (!done) {
+            for (int round = 0; round < 10 || !done; ++round) {
                 for (const Operation& operation : startable) {
                     const Started& started = operation.start();
                     const std::lock_guard lock(mutex);
