@@ -34,6 +34,9 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # The suppliers' libraries are found in the SDK, but no package of this machine has them: name those
 # of the device in CPACK_DEBIAN_PACKAGE_DEPENDS.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+if(CMAKE_CROSSCOMPILING)  # nor has it packages of another architecture: name all
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
+endif()
 foreach(supplier sso_api vconf dlog ht)
   get_target_property(libraries SSO::${supplier} INTERFACE_LINK_LIBRARIES)
   foreach(library IN LISTS libraries)

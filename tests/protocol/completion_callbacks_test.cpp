@@ -75,30 +75,29 @@ TEST_F(AnEndedOperation, OfAPopupAnswersWithItsState) {
             EXPECT_THAT(takeAnswers(), ElementsAre(answerWith(command, "state", state)));
         }
     }
-    EXPECT_THAT(names, ElementsAre("sso_plugin_show_login_page", "sso_plugin_createAccount",
-                                   "sso_plugin_showTermsPage"));
+    EXPECT_THAT(names,
+                ::testing::IsSupersetOf({"sso_plugin_show_login_page", "sso_plugin_createAccount",
+                                         "sso_plugin_showTermsPage"}));
 }
 
 TEST_F(AnEndedOperation, WithATextAnswersWithIt) {
     const PP_Instance instance = embedWith(support::kPartner);
-    const std::map<std::string, const char*> keys = {
-        {"sso_plugin_getZEVAccessToken", "token"},
-        {"sso_plugin_getPartnerAccountMappingList", "PartnerAccountInfo"}};
-    const auto commands = commandsOf(Ending::Text);
-    EXPECT_EQ(commands.size(), 2U);
-    for (const AsynchronousCommand& command : commands) {
+    std::set<std::string> keys;
+    for (const AsynchronousCommand& command : commandsOf(Ending::Text)) {
         SCOPED_TRACE(command.name);
+        keys.insert(command.valueKey);
         for (const TextRow& row : kTextRows) {
             SCOPED_TRACE(row.title);
             start(instance, command);
             ASSERT_EQ(finish(0, {0, 8, row.given.c_str()}), SSO_OK);
             EXPECT_THAT(takeAnswers(),
-                        ElementsAre(answerWith(command, keys.at(command.name), row.answered)));
+                        ElementsAre(answerWith(command, command.valueKey, row.answered)));
         }
         start(instance, command);
         ASSERT_EQ(finish(0, {0, 8, nullptr}), SSO_OK);
-        EXPECT_THAT(takeAnswers(), ElementsAre(answerWith(command, keys.at(command.name), "")));
+        EXPECT_THAT(takeAnswers(), ElementsAre(answerWith(command, command.valueKey, "")));
     }
+    EXPECT_THAT(keys, ::testing::IsSupersetOf({"token", "PartnerAccountInfo"}));
 }
 
 // The browser makes no text of such bytes but null, and null is not sent.
@@ -128,8 +127,8 @@ TEST_F(AnEndedOperation, OfAMappingAnswersWithTheResult) {
             EXPECT_THAT(takeAnswers(), ElementsAre(answerWith(command, "result", result)));
         }
     }
-    EXPECT_THAT(names, ElementsAre("sso_plugin_addPartnerAccountMappingInfo",
-                                   "sso_plugin_removePartnerAccountMappingInfo"));
+    EXPECT_THAT(names, ::testing::IsSupersetOf({"sso_plugin_addPartnerAccountMappingInfo",
+                                                "sso_plugin_removePartnerAccountMappingInfo"}));
 }
 
 // Also of the two whose answer tells the result: it changes nothing else.

@@ -113,14 +113,17 @@ TEST_F(TheGate, AdmitsEachCommandForItsOnePrivilegeOnly) {
     }
 }
 
-TEST_F(TheGate, NeedsThePlatformPrivilegeForTheStateOnly) {
+TEST_F(TheGate, NeedsThePlatformPrivilegeForTheStateAndWhatTheDataSays) {
     const PP_Instance instance = embedWith(support::kPlatform);
     std::set<std::string> admitted;
+    std::set<std::string> expected;
     for (const contract::Command& command : contract::protocol().commands) {
+        if (command.privilege == "sso.platform") expected.insert(command.name);
         const Value reply = replyTo(instance, requestOf(command.name));
         if (reply["code"] != Value(18)) admitted.insert(command.name);
     }
-    EXPECT_THAT(admitted, ElementsAre("sso_plugin_getSSOState"));
+    EXPECT_EQ(admitted, expected);
+    EXPECT_THAT(admitted, ::testing::Contains("sso_plugin_getSSOState"));
 }
 
 TEST_F(TheGate, RefusesEveryOtherNameAndSaysNothing) {

@@ -157,14 +157,14 @@ TEST_F(OutstandingOperations, KeepNothingElseWaiting) {
                 ElementsAre(errorAnswer("", -1, "paramInvaild", "Incoming message is invalid")));
     EXPECT_THAT(answersTo(instance, requestOf(kLogin)),
                 ElementsAre(errorAnswer(kLogin, -1, "paramInvaild", "Parameter is invalid")));
-    EXPECT_EQ(sso_api_control_outstanding(), 14);
+    const std::size_t kinds = kAsynchronousCommands.size();
+    EXPECT_EQ(sso_api_control_outstanding(), static_cast<int>(2 * kinds));
     EXPECT_THAT(takeAnswers(), IsEmpty());
 
     std::vector<Value> expected;
-    for (int number = 0; number < 14; ++number) {
-        const End end(number);
-        expected.push_back(
-            endAnswer(kAsynchronousCommands[static_cast<std::size_t>(number) % 7], end.get()));
+    for (std::size_t number = 0; number < 2 * kinds; ++number) {
+        const End end(static_cast<int>(number));
+        expected.push_back(endAnswer(kAsynchronousCommands[number % kinds], end.get()));
         ASSERT_EQ(finish(0, end.get()), SSO_OK);
     }
     EXPECT_THAT(takeAnswers(), ElementsAreArray(expected));

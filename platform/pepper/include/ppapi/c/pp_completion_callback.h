@@ -16,7 +16,7 @@ struct PP_CompletionCallback {
     void* user_data;
     int32_t flags; /* PP_CompletionCallback_Flag */
 };
-PP_COMPILE_ASSERT_STRUCT_SIZE_IN_BYTES(PP_CompletionCallback, 24);
+PP_COMPILE_ASSERT_STRUCT_SIZE_IN_BYTES(PP_CompletionCallback, 3 * sizeof(void*));
 
 PP_INLINE struct PP_CompletionCallback PP_MakeCompletionCallback(PP_CompletionCallback_Func func,
                                                                  void* user_data) {
