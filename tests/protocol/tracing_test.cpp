@@ -3,16 +3,25 @@
 #include <gmock/gmock.h>
 
 #include <mutex>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "asynchronous_commands.h"
 #include "ht_control.h"
+#include "module_path.h"
 #include "trace/location.h"
 
 namespace protocol {
 namespace {
+
+/// A signature in g++'s spelling, which our own build has: others write "char *".
+std::string spelled(const std::string& signature) {
+    if (!support::moduleIsForeign()) return signature;
+    static const std::regex blank(" ([*&])");
+    return std::regex_replace(signature, blank, "$1");
+}
 
 /// A traced call, as it ended.
 struct Call {
@@ -104,7 +113,7 @@ class TracingTest : public AsynchronousTest {
     static void ended(const HtCall* call, void* user) {
         auto& self = *static_cast<TracingTest*>(user);
         const std::lock_guard lock(self.m_mutex);
-        self.m_calls.push_back({call->location->function,
+        self.m_calls.push_back({spelled(call->location->function),
                                 call->location->line,
                                 {call->texts, call->texts + call->textCount},
                                 call->depth});

@@ -13,8 +13,10 @@
 namespace qualification {
 namespace {
 
-constexpr std::chrono::seconds kLimitAfterAHang{3};
-constexpr int kHangsToGiveUp = 8;
+// A test may be slow on a busy machine: then few hang, and are tried again.
+constexpr unsigned kHangsToTryAgain = 2;
+constexpr std::chrono::seconds kLimitAfterMoreHangs{3};
+constexpr unsigned kHangsToGiveUp = 8;
 
 struct Program {
     const char* name;
@@ -96,10 +98,15 @@ void run(Listed& test, const SuiteOptions& options, std::chrono::seconds limit) 
     process.environment = options.environment;
     process.timeout = limit;
     const auto begin = std::chrono::steady_clock::now();
-    const support::ProcessResult ended =
-        support::runProcess({options.folder + "/" + test.result.program,
-                             "--gtest_filter=" + test.fullName, "--gtest_color=no"},
-                            process);
+    support::ProcessResult ended;
+    try {
+        ended = support::runProcess({options.folder + "/" + test.result.program,
+                                     "--gtest_filter=" + test.fullName, "--gtest_color=no"},
+                                    process);
+    } catch (const std::exception& error) {
+        test.result.reason = error.what();  // the program cannot be started: it is not run
+        return;
+    }
     test.result.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     test.result.reason = reasonIn(ended);
@@ -121,6 +128,22 @@ void run(Listed& test, const SuiteOptions& options, std::chrono::seconds limit) 
         test.result.outcome = Outcome::Passed;
         test.result.reason.clear();
     }
+}
+
+/// Runs those that hung once more, with twice the time, if they are few.
+void tryAgain(std::vector<std::vector<Listed>>& programs, const SuiteOptions& options) {
+    std::vector<Listed*> hung;
+    for (std::vector<Listed>& tests : programs) {
+        for (Listed& test : tests) {
+            if (test.result.outcome == Outcome::Hung) hung.push_back(&test);
+        }
+    }
+    if (hung.size() > kHangsToTryAgain) return;
+    std::vector<std::thread> workers;
+    for (Listed* test : hung) {
+        workers.emplace_back([test, &options] { run(*test, options, 2 * options.limit); });
+    }
+    for (std::thread& worker : workers) worker.join();
 }
 
 }  // namespace
@@ -145,13 +168,14 @@ std::vector<TestResult> runSuite(const SuiteOptions& options) {
     std::size_t done = 0;
     for (std::vector<Listed>& tests : programs) {
         std::atomic<std::size_t> next{0};
-        std::atomic<int> hung{0};
+        std::atomic<unsigned> hung{0};
         const auto work = [&] {
             for (std::size_t i = next++; i < tests.size(); i = next++) {
                 TestResult& result = tests[i].result;
                 if (hung < kHangsToGiveUp) {
                     run(tests[i], options,
-                        hung == 0 ? options.limit : std::min(options.limit, kLimitAfterAHang));
+                        hung <= kHangsToTryAgain ? options.limit
+                                                 : std::min(options.limit, kLimitAfterMoreHangs));
                 } else {
                     result.reason = std::to_string(kHangsToGiveUp) + " tests of " + result.program +
                                     " hung before";
@@ -164,6 +188,9 @@ std::vector<TestResult> runSuite(const SuiteOptions& options) {
         std::vector<std::thread> workers;
         for (unsigned job = 0; job < options.jobs; ++job) workers.emplace_back(work);
         for (std::thread& worker : workers) worker.join();
+    }
+    tryAgain(programs, options);
+    for (const std::vector<Listed>& tests : programs) {
         for (const Listed& test : tests) results.push_back(test.result);
     }
     return results;

@@ -36,8 +36,9 @@ struct SuiteOptions {
 
 /// Runs each test of the module in a process of its own.
 ///
-/// Once a test of a program has hung, the program's next ones have three seconds; when eight have
-/// hung, the rest of that program is not run.
+/// When more than two tests of a program have hung, its next ones have three seconds; when eight have,
+/// the rest of that program is not run. If no more than two have hung in all, they are tried again at
+/// the end, with twice the time: the machine may have been busy.
 ///
 /// @return the results in the order of the programs' own lists.
 /// @throws std::runtime_error  when a test program is missing or lists no tests.
