@@ -26,7 +26,7 @@ struct Program {
 
 constexpr Program kPrograms[] = {
     {"contract-tests", "TheData.*:TheContractsVisits.*:Named/ASchemaOfTheData.*:AMistake/*"},
-    {"protocol-tests", "TheTableOf*Commands.*"},
+    {"protocol-tests", "TheTableOf*Commands.*:TheLinesOfTheLog.*"},
     {"abi-tests",
      "TheStandIns.*:OfTheTree/AHardenedLibrary.*/libsso_api:OfTheTree/AHardenedLibrary.*/libvconf:"
      "OfTheTree/AHardenedLibrary.*/libdlog:OfTheTree/AHardenedLibrary.*/libht"},
