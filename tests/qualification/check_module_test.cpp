@@ -209,10 +209,8 @@ TEST_F(TheCheck, FindsAnyHang) {
     }
 }
 
-TEST_F(TheCheck, IsDoneWithinAMinuteWithAModuleThatHangs) {
-    const auto begin = std::chrono::steady_clock::now();
-    const auto result = check({m_faulty}, with("hang PPP_GetInterface"));
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
+TEST_F(TheCheck, GivesUpAModuleThatHangsEachTime) {
+    const auto result = check({m_faulty, "--limit", "1"}, with("hang PPP_GetInterface"));
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.outputLines().front(), HasSubstr(" not run"));
 }
