@@ -31,6 +31,12 @@ bool isGiven(const void* userData) {
     return false;
 }
 
+/// A copy: it may be set while callbacks run.
+std::function<void(const char*)> currentAction() {
+    const std::lock_guard lock(g_mutex);
+    return g_action;
+}
+
 int onCallback(void* userData, const char* text) {
     ++g_running;
     ++g_callbacks;
@@ -39,8 +45,8 @@ int onCallback(void* userData, const char* text) {
     } else {
         ++g_strange;
     }
-    if (g_action) {
-        g_action(text);
+    if (const auto action = currentAction()) {
+        action(text);
     }
     --g_running;
     return 0;
@@ -148,7 +154,10 @@ std::vector<Operation> startableOperations() {
     return startable;
 }
 
-void duringCallbacks(std::function<void(const char*)> action) { g_action = std::move(action); }
+void duringCallbacks(std::function<void(const char*)> action) {
+    const std::lock_guard lock(g_mutex);
+    g_action = std::move(action);
+}
 
 int runningCallbacks() { return g_running; }
 int callbacks() { return g_callbacks; }
