@@ -86,7 +86,8 @@ TEST(TheContractsVisits, UseEveryCommand) {
     EXPECT_EQ(visits, 3) << "signed in, signed out, and when everything fails";
 }
 
-/// Names that begin like a command's, wherever they stand in the module.
+/// Texts of the module that end in a name like a command's. What goes on after the name is another
+/// text: a path of the build, which a module with counters has in it.
 Names commandsIn(const std::string& module) {
     static const std::string kBegin = "sso_plugin_";
     const std::string bytes = textOf(module);
@@ -97,7 +98,7 @@ Names commandsIn(const std::string& module) {
         while (std::isalnum(static_cast<unsigned char>(bytes[end])) != 0 || bytes[end] == '_') {
             ++end;
         }
-        names.insert(bytes.substr(at, end - at));
+        if (bytes[end] == '\0') names.insert(bytes.substr(at, end - at));
     }
     return names;
 }
