@@ -42,6 +42,18 @@ fs::path wrapperPath(const SessionFolder& folder) {
     return link;
 }
 
+/// Lets the browser find the served folders: its requests for their origins go to the server.
+std::string resolverRules(const std::vector<Application>& applications, int port) {
+    std::string rules;
+    for (const Application& application : applications) {
+        if (application.folder.empty()) continue;
+        if (!rules.empty()) rules += ", ";
+        rules += "MAP " + application.origin.host().toStdString() + ":" +
+                 std::to_string(application.origin.port(80)) + " 127.0.0.1:" + std::to_string(port);
+    }
+    return rules.empty() ? "" : " \"--host-resolver-rules=" + rules + "\"";
+}
+
 std::string engineSwitches(const SessionFolder& folder) {
     // First, so that a level that the user has set wins. The engine's own lines, up to its errors,
     // are about itself; what goes wrong in the page is on the console.
@@ -58,13 +70,14 @@ std::string engineSwitches(const SessionFolder& folder) {
 }  // namespace
 
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
-                        const SessionFolder& folder) {
+                        int serverPort, const SessionFolder& folder) {
     embedder::prepareEnvironment(options.common);
-    set(kFlagsVariable, engineSwitches(folder));
+    set(kFlagsVariable, engineSwitches(folder) + resolverRules(applications, serverPort));
     set(kModuleVariable, fs::absolute(options.common.module).lexically_normal().string());
     nlohmann::json told = nlohmann::json::array();
     for (const Application& application : applications) {
-        told.push_back({{"place", application.place.toEncoded().toStdString()},
+        if (application.origin.isEmpty()) continue;  // nothing can be granted there
+        told.push_back({{"origin", application.origin.toEncoded().toStdString()},
                         {"name", application.told.name},
                         {"grants", application.told.grants}});
     }

@@ -7,12 +7,16 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <optional>
+#include <string>
+#include <system_error>
 #include <utility>
 #include <variant>
 #include <vector>
 
 #include "embedder/input_error.h"
+#include "server/folder_server.h"
 #include "src/application.h"
 #include "src/child_processes.h"
 #include "src/environment.h"
@@ -57,15 +61,37 @@ bool hasDisplay() {
     return given("DISPLAY") || given("WAYLAND_DISPLAY");
 }
 
+/// Nothing when no application has a folder.
+std::unique_ptr<browser::FolderServer> serve(const std::vector<browser::Application>& applications,
+                                             int port) {
+    std::unique_ptr<browser::FolderServer> server;
+    for (const browser::Application& application : applications) {
+        if (application.folder.empty()) continue;
+        try {
+            if (!server) {
+                server = std::make_unique<browser::FolderServer>(static_cast<std::uint16_t>(port));
+            }
+        } catch (const std::system_error& error) {
+            throw embedder::InputError("--port " + std::to_string(port) +
+                                       " cannot be used: " + error.code().message());
+        }
+        const QString host = application.origin.authority();
+        server->add(host.toStdString(), application.folder);
+    }
+    return server;
+}
+
 int run(const browser::Options& options) {
     const std::vector<browser::Application> applications = browser::findApplications(options);
     std::optional<QString> script = readScript(options.script);
     requireWritable(options.screenshot);
     browser::checkModule(options.common.module);
 
+    const std::unique_ptr<browser::FolderServer> server = serve(applications, options.port);
+
     const int signalPipe = browser::openSignalPipe();
     const browser::SessionFolder folder;
-    browser::prepareEnvironment(options, applications, folder);
+    browser::prepareEnvironment(options, applications, server ? server->port() : 0, folder);
     const browser::ChildProcesses children;  // ends them after all that is made below is gone
     std::optional<browser::Xvfb> display;
     if (!hasDisplay()) {
@@ -73,6 +99,8 @@ int run(const browser::Options& options) {
         setenv("DISPLAY", display->display().c_str(), 1);
         setenv("QT_QPA_PLATFORM", "xcb", 1);  // whatever else is preferred has no display
     }
+
+    if (server) server->start();
 
     browser::installQtMessages(folder);
     // A development tool leaves nothing behind, so it does without the cache.

@@ -13,8 +13,8 @@ constexpr const char* kFooter = R"(
 FOLDER holds an application: its pages and a manifest.json such as
   { "name": "Demo", "start": "index.html", "privileges": ["sso.partner"] }
 With several targets each gets a window, and --grant, --run-script, --screenshot and --quit-after
-are for the first. What is granted to an application goes to pages in its folder, or of its URL's
-origin, and to no others.
+are for the first. A folder is served to the browser as http://NAME.localhost, the same NAME on every
+run. What is granted to an application goes to documents of its origin, and to no others.
 
 The page's console goes to stdout, one line per message; a result of --run-script too, as
 "result: JSON". Without a display the browser runs on a virtual one (Xvfb) that it starts itself.
@@ -82,10 +82,23 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
            "Size of a window; default: 1280x800")
         ->type_name("WIDTHxHEIGHT");
 
+    app.add_option("--profile", options.profile,
+                   "Keep cookies and storage in this folder; default: nothing is kept")
+        ->type_name("DIR");
+    app.add_option(
+           "--port", options.port,
+           "Serve FOLDER as http://localhost:PORT; default: http://NAME.localhost, where NAME "
+           "is the same on every run")
+        ->type_name("PORT")
+        ->check(CLI::Range(1, 65535));
+
     if (const auto end = embedder::parseCommandLine(app, argc, argv)) return *end;
     options.common = common.read();
     if (options.targets.size() > 1 && !options.common.manifest.empty()) {
         throw embedder::InputError("--manifest goes with one target only");
+    }
+    if (options.targets.size() > 1 && options.port != 0) {
+        throw embedder::InputError("--port goes with one target only");
     }
     return options;
 }

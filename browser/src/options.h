@@ -18,6 +18,8 @@ struct Options {
     std::filesystem::path screenshot;
     std::optional<double> quitAfter;  ///< seconds
     std::filesystem::path script;
+    std::filesystem::path profile;  ///< folder of what pages store
+    int port = 0;      ///< of the server of a folder; 0 for any, behind a name of its own
     int width = 1280;  ///< pixels
     int height = 800;  ///< pixels
 };

@@ -25,13 +25,10 @@ QString nameOf(const std::filesystem::path& path) {
 
 Runner::Runner(const Options& options, const std::vector<Application>& applications,
                std::optional<QString> script)
-    : m_options(options) {
-    std::vector<QUrl> places;
-    places.reserve(applications.size());
-    for (const Application& application : applications) places.push_back(application.place);
+    : m_options(options), m_profile(options.profile) {
     for (const Application& application : applications) {
         m_windows.push_back(std::make_unique<Window>(
-            &m_profile, application, places, QSize(options.width, options.height),
+            &m_profile.engineProfile(), application, QSize(options.width, options.height),
             [this, window = m_windows.size(), start = application.start](bool succeeded) {
                 onLoaded(window, start, succeeded);
             },

@@ -3,7 +3,6 @@
 
 #include <QString>
 #include <QTimer>
-#include <QWebEngineProfile>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "src/application.h"
 #include "src/options.h"
 #include "src/page_script.h"
+#include "src/profile.h"
 #include "src/window.h"
 
 namespace browser {
@@ -39,7 +39,7 @@ class Runner {
     void fail(const QString& line);
 
     const Options m_options;
-    QWebEngineProfile m_profile;  // without a name: nothing is kept on disk
+    Profile m_profile;
     std::vector<std::unique_ptr<Window>> m_windows;
     std::optional<PageScript> m_script;
     QTimer m_timer;

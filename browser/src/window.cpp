@@ -5,10 +5,9 @@
 
 namespace browser {
 
-Window::Window(QWebEngineProfile* profile, const Application& application, std::vector<QUrl> places,
-               QSize size, std::function<void(bool)> onLoaded,
-               std::function<void(const QString&)> onPageEnd)
-    : m_start(application.start), m_page(profile, std::move(places)) {
+Window::Window(QWebEngineProfile* profile, const Application& application, QSize size,
+               std::function<void(bool)> onLoaded, std::function<void(const QString&)> onPageEnd)
+    : m_start(application.start), m_page(profile) {
     QWebEngineSettings* settings = m_page.settings();
     settings->setAttribute(QWebEngineSettings::PluginsEnabled, true);
     // A page that fails to load is told on stderr; the engine's own page would count as loaded.

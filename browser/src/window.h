@@ -4,7 +4,6 @@
 #include <QWebEngineProfile>
 #include <QWebEngineView>
 #include <functional>
-#include <vector>
 
 #include "src/application.h"
 #include "src/web_page.h"
@@ -15,11 +14,10 @@ namespace browser {
 class Window {
   public:
     /// @param profile    must outlive the window.
-    /// @param places     of all applications.
     /// @param onLoaded   told once, when the first page has come or has failed to.
     /// @param onPageEnd  told, in one line, when the page's process has ended.
-    Window(QWebEngineProfile* profile, const Application& application, std::vector<QUrl> places,
-           QSize size, std::function<void(bool succeeded)> onLoaded,
+    Window(QWebEngineProfile* profile, const Application& application, QSize size,
+           std::function<void(bool succeeded)> onLoaded,
            std::function<void(const QString& line)> onPageEnd);
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
