@@ -27,17 +27,25 @@
 #include "src/runner.h"
 #include "src/session_folder.h"
 #include "src/signal_pipe.h"
+#include "src/standard_streams.h"
 #include "src/xvfb.h"
 
 namespace {
 
-std::optional<QString> readScript(const std::filesystem::path& path) {
-    if (path.empty()) return std::nullopt;
+browser::Script readScript(const std::filesystem::path& path) {
     QFile file(QString::fromStdString(path.string()));
-    if (std::filesystem::is_directory(path) || !file.open(QIODevice::ReadOnly)) {
+    const bool isStandardInput = path == "-";
+    const bool opened =
+        isStandardInput ? file.open(stdin, QIODevice::ReadOnly)
+                        : !std::filesystem::is_directory(path) && file.open(QIODevice::ReadOnly);
+    if (!opened) throw embedder::InputError("the script " + path.string() + " cannot be read");
+    const QString name = isStandardInput ? QStringLiteral("stdin")
+                                         : QString::fromStdString(path.filename().string());
+    const QByteArray body = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
         throw embedder::InputError("the script " + path.string() + " cannot be read");
     }
-    return QString::fromUtf8(file.readAll());
+    return {name, QString::fromUtf8(body)};
 }
 
 /// Before the page is loaded, as a mistake in a path should not cost a whole run.
@@ -83,7 +91,8 @@ std::unique_ptr<browser::FolderServer> serve(const std::vector<browser::Applicat
 
 int run(const browser::Options& options) {
     const std::vector<browser::Application> applications = browser::findApplications(options);
-    std::optional<QString> script = readScript(options.script);
+    std::vector<browser::Script> scripts;
+    for (const auto& path : options.scripts) scripts.push_back(readScript(path));
     requireWritable(options.screenshot);
     browser::checkModule(options.common.module);
 
@@ -110,12 +119,16 @@ int run(const browser::Options& options) {
     char programName[] = "sso-browser";
     char* arguments[] = {programName, nullptr};
     const QApplication qtApplication(argumentCount, arguments);
+    QApplication::setQuitOnLastWindowClosed(false);  // the runner decides how it ends
     const QSocketNotifier notifier(signalPipe, QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, [signalPipe] {
         unsigned char number = 0;
         if (read(signalPipe, &number, 1) == 1) QCoreApplication::exit(128 + number);
     });
-    browser::Runner runner(options, applications, std::move(script));
+    const bool isAlone = display || !options.scripts.empty();
+    const browser::Dialogs dialogs =
+        options.dialogs.value_or(isAlone ? browser::Dialogs::Dismiss : browser::Dialogs::Person);
+    browser::Runner runner(options, applications, dialogs, std::move(scripts));
     runner.start();
     return QApplication::exec();
 }
@@ -123,6 +136,7 @@ int run(const browser::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    browser::fillStandardStreams();
     try {
         const auto parsed = browser::parseOptions(argc, argv);
         if (const int* exitCode = std::get_if<int>(&parsed)) return *exitCode;

@@ -2,22 +2,49 @@
 #define BROWSER_WEB_PAGE_H_
 
 #include <QString>
+#include <QStringList>
+#include <QUrl>
 #include <QWebEnginePage>
+#include <functional>
+
+#include "src/console.h"
+#include "src/dialogs.h"
 
 namespace browser {
 
-/// A page whose console goes to stdout, each message whole and at once.
+/// What all pages of a browser have in common.
+struct PageSetting {
+    QWebEngineProfile* profile;  ///< must outlive the pages
+    Console* console;            ///< must outlive the pages
+    Dialogs dialogs;
+    /// Makes the window that a page opens. @return its page, null for none.
+    std::function<QWebEnginePage*()> openWindow;
+};
+
+/// A page that writes to the console, can use the plug-in, and whose questions are answered.
 class WebPage : public QWebEnginePage {
   public:
-    using QWebEnginePage::QWebEnginePage;
+    explicit WebPage(const PageSetting& setting);
 
   protected:
     void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level, const QString& message,
                                   int line, const QString& source) override;
-};
+    void javaScriptAlert(const QUrl& origin, const QString& message) override;
+    bool javaScriptConfirm(const QUrl& origin, const QString& message) override;
+    bool javaScriptPrompt(const QUrl& origin, const QString& message, const QString& proposal,
+                          QString* answer) override;
+    QStringList chooseFiles(FileSelectionMode mode, const QStringList& before,
+                            const QStringList& types) override;
+    QWebEnginePage* createWindow(WebWindowType type) override;
 
-/// Writes a text and a line end to stdout, and flushes.
-void printLine(const QString& text);
+  private:
+    bool answersItself() const { return m_setting.dialogs != Dialogs::Person; }
+    bool accepts() const { return m_setting.dialogs == Dialogs::Accept; }
+    void tell(const QString& question, const QString& answer) const;
+    void onPermissionAsked(const QUrl& origin, Feature feature);
+
+    const PageSetting m_setting;
+};
 
 }  // namespace browser
 
