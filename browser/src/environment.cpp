@@ -1,8 +1,10 @@
 #include "src/environment.h"
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <string>
 
 #include "embedder/environment.h"
@@ -69,6 +71,8 @@ std::string engineSwitches(const SessionFolder& folder) {
 
 }  // namespace
 
+fs::path eventPipe(const SessionFolder& folder) { return folder.path() / "events"; }
+
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
                         int serverPort, const SessionFolder& folder) {
     embedder::prepareEnvironment(options.common);
@@ -83,6 +87,13 @@ void prepareEnvironment(const Options& options, const std::vector<Application>& 
     }
     using Json = nlohmann::json;
     set(kApplicationsVariable, told.dump(-1, ' ', false, Json::error_handler_t::replace));
+    const fs::path events = eventPipe(folder);
+    if (mkfifo(events.c_str(), 0600) != 0) {
+        throw std::runtime_error("cannot make a pipe in " + folder.path().string());
+    }
+    set(kEventsVariable, events.string());
+    unsetenv(kMessagesVariable);
+    if (!options.messages.empty()) set(kMessagesVariable, "1");
     setDefault("MESA_SHADER_CACHE_DISABLE", "true");  // nothing is kept on disk
     setDefault("XDG_RUNTIME_DIR", folder.path().string());
 }

@@ -1,6 +1,7 @@
 #ifndef BROWSER_ENVIRONMENT_H_
 #define BROWSER_ENVIRONMENT_H_
 
+#include <filesystem>
 #include <vector>
 
 #include "src/application.h"
@@ -8,6 +9,9 @@
 #include "src/session_folder.h"
 
 namespace browser {
+
+/// Where the wrapper tells of the plug-in process; prepareEnvironment() makes it.
+std::filesystem::path eventPipe(const SessionFolder& folder);
 
 /// Sets the variables by which the web engine, its plug-in process and the plug-in's log are told
 /// what to do. Call before the application object exists, while there is one thread.

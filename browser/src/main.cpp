@@ -23,6 +23,7 @@
 #include "src/exit_code.h"
 #include "src/module_check.h"
 #include "src/options.h"
+#include "src/plugin_watch.h"
 #include "src/qt_messages.h"
 #include "src/runner.h"
 #include "src/session_folder.h"
@@ -128,7 +129,8 @@ int run(const browser::Options& options) {
     const bool isAlone = display || !options.scripts.empty();
     const browser::Dialogs dialogs =
         options.dialogs.value_or(isAlone ? browser::Dialogs::Dismiss : browser::Dialogs::Person);
-    browser::Runner runner(options, applications, dialogs, std::move(scripts));
+    browser::PluginWatch plugin(browser::eventPipe(folder), options.messages);
+    browser::Runner runner(options, applications, dialogs, std::move(scripts), plugin);
     runner.start();
     return QApplication::exec();
 }

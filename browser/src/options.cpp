@@ -127,6 +127,9 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
            },
            "How the page's console is printed; default: text")
         ->type_name("text|json");
+    app.add_option("--messages", options.messages,
+                   "Write each request to the plug-in and each answer, as JSON lines; - is stdout")
+        ->type_name("FILE|-");
     app.add_option("--screenshot", options.screenshot,
                    "Write the window as PNG just before quitting, or one second after loading when "
                    "the browser stays")

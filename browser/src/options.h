@@ -25,7 +25,8 @@ struct Options {
     bool strict = false;
     std::optional<Dialogs> dialogs;
     Console::Form console = Console::Form::Text;
-    std::filesystem::path profile;  ///< folder of what pages store
+    std::filesystem::path messages;  ///< file for messages; "-" for standard output
+    std::filesystem::path profile;   ///< folder of what pages store
     int port = 0;      ///< of the server of a folder; 0 for any, behind a name of its own
     int width = 1280;  ///< pixels
     int height = 800;  ///< pixels

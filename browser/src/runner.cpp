@@ -13,6 +13,7 @@ namespace browser {
 namespace {
 
 constexpr double kScreenshotDelay = 1;  // seconds, when the browser stays
+constexpr int kStrictDelay = 100;       // milliseconds
 constexpr int kCloseDelay = 200;        // milliseconds
 constexpr double kScriptTimeout = 60;   // seconds
 
@@ -27,10 +28,11 @@ void count(QStringList& list, int number, const char* one, const char* several) 
 }  // namespace
 
 Runner::Runner(const Options& options, const std::vector<Application>& applications,
-               Dialogs dialogs, std::vector<Script> scripts)
+               Dialogs dialogs, std::vector<Script> scripts, PluginWatch& plugin)
     : m_options(options),
       m_applications(applications),
       m_scripts(std::move(scripts)),
+      m_plugin(plugin),
       m_console(options.console),
       m_profile(options.profile) {
     PageSetting setting = {&m_profile.engineProfile(), &m_console, dialogs, {}};
@@ -135,9 +137,13 @@ void Runner::onClosed(std::size_t window) {
 }
 
 void Runner::onTimeout() {
-    complain(QStringLiteral("not done after %1 s; still awaited: %2")
+    m_plugin.catchUp();
+    const QStringList requests = m_plugin.unanswered();
+    complain(QStringLiteral("not done after %1 s; still awaited: %2%3")
                  .arg(m_options.timeout.value_or(kScriptTimeout))
-                 .arg(m_awaited));
+                 .arg(m_awaited, requests.isEmpty() ? QString()
+                                                    : QStringLiteral("; answers to ") +
+                                                          requests.join(QStringLiteral(", "))));
     end(kExitTimeout);
 }
 
@@ -170,11 +176,20 @@ QString Runner::faults() const {
     count(found, m_console.uncaughtErrors(), "uncaught error", "uncaught errors");
     count(found, m_console.failedResources(), "resource that failed to load",
           "resources that failed to load");
+    found << m_plugin.faults();
     return found.join(QStringLiteral(", "));
 }
 
 void Runner::finish() {
-    if (!takeScreenshot() || !outputWorks()) return end(kExitFailed);
+    if (!takeScreenshot()) return end(kExitFailed);
+    if (!m_options.strict) return conclude();
+    // What a page has just sent may still be on its way.
+    QTimer::singleShot(kStrictDelay, &m_timer, [this] { conclude(); });
+}
+
+void Runner::conclude() {
+    m_plugin.catchUp();
+    if (!outputWorks() || !m_plugin.works()) return end(kExitFailed);
     const QString found = m_options.strict ? faults() : QString();
     if (found.isEmpty()) return end(0);
     complain(QStringLiteral("--strict: ") + found);

@@ -13,6 +13,7 @@
 #include "src/load_probe.h"
 #include "src/options.h"
 #include "src/page_script.h"
+#include "src/plugin_watch.h"
 #include "src/profile.h"
 #include "src/window.h"
 
@@ -29,7 +30,7 @@ struct Script {
 class Runner {
   public:
     Runner(const Options& options, const std::vector<Application>& applications, Dialogs dialogs,
-           std::vector<Script> scripts);
+           std::vector<Script> scripts, PluginWatch& plugin);
     Runner(const Runner&) = delete;
     Runner& operator=(const Runner&) = delete;
 
@@ -52,6 +53,7 @@ class Runner {
     QString faults() const;
     /// All is done: ends the program, after the screenshot.
     void finish();
+    void conclude();
     void fail(const QString& line);
     /// Ends the program, unless that was decided already.
     void end(int exitCode);
@@ -59,6 +61,7 @@ class Runner {
     const Options m_options;
     const std::vector<Application> m_applications;
     const std::vector<Script> m_scripts;
+    PluginWatch& m_plugin;
     Console m_console;
     Profile m_profile;
     LoadProbe m_probe;

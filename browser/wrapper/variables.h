@@ -12,6 +12,12 @@ inline constexpr const char* kModuleVariable = "SSO_BROWSER_MODULE";
 /// identifiers]}; "origin" has the path "/".
 inline constexpr const char* kApplicationsVariable = "SSO_BROWSER_APPLICATIONS";
 
+/// The path of the named pipe for events, see events.h.
+inline constexpr const char* kEventsVariable = "SSO_BROWSER_EVENTS";
+
+/// Set when whole messages are wanted as events.
+inline constexpr const char* kMessagesVariable = "SSO_BROWSER_MESSAGES";
+
 }  // namespace browser
 
 #endif

@@ -3,6 +3,8 @@
 // interface. Before an instance is made, it finds out to which application the instance's document
 // belongs: all documents of a browser share the plug-in process.
 //
+// It tells the browser of each message, and of the end of this process: see events.h.
+//
 // Nothing happens at load time: the browser loads its modules into the process from which it forks
 // all others. The plug-in is loaded when the plug-in process initialises the module.
 
@@ -22,9 +24,12 @@
 
 #include "embedder/vendor_table.h"
 #include "ppapi/c/pp_errors.h"
+#include "ppapi/c/ppb_messaging.h"
 #include "ppapi/c/ppp.h"
 #include "ppapi/c/ppp_instance.h"
 #include "wrapper/documents.h"
+#include "wrapper/events.h"
+#include "wrapper/message_spy.h"
 #include "wrapper/variables.h"
 
 namespace {
@@ -56,6 +61,9 @@ const PPP_Instance_1_1* pluginInstance = nullptr;  // null until the browser ask
 const void* getBrowserInterface(const char* name) {
     if (name != nullptr && std::strcmp(name, PPB_EXTENSIONSYSTEM_KORVANE_INTERFACE_0_1) == 0) {
         return embedder::vendorTable();
+    }
+    if (name != nullptr && std::strcmp(name, PPB_MESSAGING_INTERFACE_1_2) == 0) {
+        return browser::spyingMessaging();
     }
     return browserInterface(name);
 }
@@ -89,11 +97,9 @@ embedder::Application applicationOf(PP_Instance instance) {
         if (documents->isOf(instance, candidate.origin)) return candidate.application;
         grantsAnything = grantsAnything || !candidate.application.grants.empty();
     }
-    const std::string address = documents->addressOf(instance).substr(0, kLongestAddress);
-    if (grantsAnything && strangers.insert(address).second) {
-        std::fprintf(
-            stderr, "sso-browser: nothing is granted to %s: it is not of an application's origin\n",
-            address.c_str());
+    if (grantsAnything) {
+        browser::sendEvent(
+            {browser::kEventStranger, documents->addressOf(instance).substr(0, kLongestAddress)});
     }
     return {};
 }
@@ -102,6 +108,7 @@ PP_Bool didCreate(PP_Instance instance, std::uint32_t count, const char* names[]
                   const char* values[]) {
     // The plug-in asks for its privileges in DidCreate.
     embedder::setApplication(instance, applicationOf(instance));
+    browser::sendEvent({browser::kEventCreated, instance});
     return pluginInstance->DidCreate(instance, count, names, values);
 }
 
@@ -109,6 +116,7 @@ PP_Bool didCreate(PP_Instance instance, std::uint32_t count, const char* names[]
 void didDestroy(PP_Instance instance) {
     pluginInstance->DidDestroy(instance);
     embedder::forgetInstance(instance);
+    browser::forgetMessages(instance);
 }
 
 /// The plug-in's table, with the two functions above in it.
@@ -126,6 +134,8 @@ Function entryPoint(void* library, const char* name) {
 }
 
 int32_t initialize(PP_Module module) {
+    browser::openEvents(variable(browser::kEventsVariable));
+    browser::startSpying(browserInterface, std::getenv(browser::kMessagesVariable) != nullptr);
     embedder::setBrowser(browserInterface);
     documents.emplace(browserInterface);
     applications = readApplications();
@@ -144,6 +154,7 @@ int32_t initialize(PP_Module module) {
         throw std::runtime_error(path + " failed to initialise: " + std::to_string(result));
     }
     plugin = {getInterface, entryPoint<PP_ShutdownModule_Func>(library, "PPP_ShutdownModule")};
+    browser::sendEvent({browser::kEventStarted});
     return PP_OK;
 }
 
