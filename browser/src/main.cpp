@@ -90,6 +90,21 @@ std::unique_ptr<browser::FolderServer> serve(const std::vector<browser::Applicat
     return server;
 }
 
+/// Tells the engine where to let DevTools in, and the person where that is.
+void openDevTools(int wanted) {
+    std::uint16_t port = 0;
+    try {
+        // The engine takes what it is given and says nothing when that is taken.
+        port = browser::FolderServer(static_cast<std::uint16_t>(wanted)).port();
+    } catch (const std::system_error& error) {
+        throw embedder::InputError("--devtools=" + std::to_string(wanted) +
+                                   " cannot be used: " + error.code().message());
+    }
+    const std::string address = "127.0.0.1:" + std::to_string(port);
+    setenv("QTWEBENGINE_REMOTE_DEBUGGING", address.c_str(), 1);
+    std::fprintf(stderr, "sso-browser: DevTools listen on http://%s\n", address.c_str());
+}
+
 int run(const browser::Options& options) {
     const std::vector<browser::Application> applications = browser::findApplications(options);
     std::vector<browser::Script> scripts;
@@ -102,6 +117,7 @@ int run(const browser::Options& options) {
     const int signalPipe = browser::openSignalPipe();
     const browser::SessionFolder folder;
     browser::prepareEnvironment(options, applications, server ? server->port() : 0, folder);
+    if (options.devtools) openDevTools(*options.devtools);
     const browser::ChildProcesses children;  // ends them after all that is made below is gone
     std::optional<browser::Xvfb> display;
     if (!hasDisplay()) {

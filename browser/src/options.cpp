@@ -39,6 +39,10 @@ Examples:
   sso-browser http://localhost:8000/ --grant partner --grant platform
   sso-browser web/demo --run-script steps.js --screenshot end.png
   sso-browser web/demo another/application
+  sso-browser web/demo --devtools
+
+Keys: F5 or Ctrl+R reloads, Ctrl++ Ctrl+- Ctrl+0 zoom, F12 or Ctrl+Shift+I opens and
+closes the inspector; the context menu has Inspect.
 )";
 
 double readSeconds(const char* option, const std::string& text) {
@@ -48,6 +52,14 @@ double readSeconds(const char* option, const std::string& text) {
         throw CLI::ValidationError(option, "must be a number of seconds, like 0.5");
     }
     return seconds;
+}
+
+int readPort(const std::string& option, const std::string& text) {
+    int port = 0;
+    if (!CLI::detail::lexical_cast(text, port) || port < 0 || port > 65535) {
+        throw embedder::InputError(option + ": the port must be a number from 0 to 65535");
+    }
+    return port;
 }
 
 template <typename Value>
@@ -130,6 +142,13 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     app.add_option("--messages", options.messages,
                    "Write each request to the plug-in and each answer, as JSON lines; - is stdout")
         ->type_name("FILE|-");
+    std::string devtools;
+    app.add_flag(
+        "--devtools{9222}", devtools,
+        "Let DevTools attach to this port of the loopback interface, 9222 by default, 0 for any: "
+        "open "
+        "the address that is printed in Chromium, or connect puppeteer. Whoever can reach the port "
+        "can do what the page can. The console is then as the engine has it");
     app.add_option("--screenshot", options.screenshot,
                    "Write the window as PNG just before quitting, or one second after loading when "
                    "the browser stays")
@@ -154,6 +173,7 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     if (options.targets.size() > 1 && !options.common.manifest.empty()) {
         throw embedder::InputError("--manifest goes with one target only");
     }
+    if (!devtools.empty()) options.devtools = readPort("--devtools", devtools);
     const auto standardInput =
         std::count(options.scripts.begin(), options.scripts.end(), std::filesystem::path("-"));
     if (standardInput > 1) throw embedder::InputError("--run-script - can be given once only");

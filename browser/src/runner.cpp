@@ -35,7 +35,8 @@ Runner::Runner(const Options& options, const std::vector<Application>& applicati
       m_plugin(plugin),
       m_console(options.console),
       m_profile(options.profile) {
-    PageSetting setting = {&m_profile.engineProfile(), &m_console, dialogs, {}};
+    PageSetting setting = {
+        &m_profile.engineProfile(), &m_console, dialogs, !m_options.devtools, {}};
     setting.openWindow = [this, setting] { return openWindow(setting); };
     for (std::size_t i = 0; i < m_applications.size(); ++i) {
         m_windows.push_back(

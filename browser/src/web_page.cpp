@@ -20,7 +20,7 @@ WebPage::WebPage(const PageSetting& setting) : QWebEnginePage(setting.profile), 
     settings()->setAttribute(QWebEngineSettings::PluginsEnabled, true);
     // A page that fails to load is told on stderr; the engine's own page would count as loaded.
     settings()->setAttribute(QWebEngineSettings::ErrorPageEnabled, false);
-    scripts().insert(m_setting.console->prelude());
+    if (m_setting.hasPrelude) scripts().insert(m_setting.console->prelude());
     connect(this, &QWebEnginePage::featurePermissionRequested, this, &WebPage::onPermissionAsked);
 }
 

@@ -17,6 +17,7 @@ struct PageSetting {
     QWebEngineProfile* profile;  ///< must outlive the pages
     Console* console;            ///< must outlive the pages
     Dialogs dialogs;
+    bool hasPrelude;  ///< see Console; whoever attaches DevTools wants the page as it is
     /// Makes the window that a page opens. @return its page, null for none.
     std::function<QWebEnginePage*()> openWindow;
 };

@@ -21,16 +21,15 @@ class Window::View : public QWebEngineView {
     void contextMenuEvent(QContextMenuEvent* event) override {
         QMenu* menu = page()->createStandardContextMenu();
         menu->setAttribute(Qt::WA_DeleteOnClose);
-        // The engine offers it only while an inspector is open.
+        // The engine's own does nothing while no inspector is open.
         QAction* inspect = page()->action(QWebEnginePage::InspectElement);
-        if (!menu->actions().contains(inspect)) {
-            menu->addSeparator();
-            connect(menu->addAction(QStringLiteral("Inspect")), &QAction::triggered, this,
-                    [this, inspect] {
-                        m_window.showInspector();
-                        inspect->trigger();
-                    });
-        }
+        if (!menu->actions().contains(inspect)) menu->addSeparator();
+        menu->removeAction(inspect);
+        connect(menu->addAction(QStringLiteral("Inspect")), &QAction::triggered, this,
+                [this, inspect] {
+                    m_window.showInspector();
+                    inspect->trigger();
+                });
         menu->popup(event->globalPos());
     }
 
@@ -82,7 +81,15 @@ void Window::addKeys() {
     for (const char* keys : {"Ctrl++", "Ctrl+="}) add(keys, [zoom] { zoom(kZoomStep); });
     add("Ctrl+-", [zoom] { zoom(1 / kZoomStep); });
     add("Ctrl+0", [this] { m_page.setZoomFactor(1); });
-    for (const char* keys : {"F12", "Ctrl+Shift+I"}) add(keys, [this] { showInspector(); });
+    for (const char* keys : {"F12", "Ctrl+Shift+I"}) add(keys, [this] { toggleInspector(); });
+}
+
+void Window::toggleInspector() {
+    if (m_inspector && m_inspector->isVisible()) {
+        m_inspector->hide();
+    } else {
+        showInspector();
+    }
 }
 
 void Window::showInspector() {

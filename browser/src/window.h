@@ -38,6 +38,7 @@ class Window {
 
     void addKeys();
     void showInspector();
+    void toggleInspector();
 
     Observer m_observer;
     bool m_loaded = false;
