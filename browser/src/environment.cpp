@@ -2,7 +2,11 @@
 
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
@@ -17,15 +21,26 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFlagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
+constexpr unsigned long kEnoughSharedMemory = 64UL << 20;  // bytes
 constexpr const char* kMimeType = "application/x-sso-plugin";
 
 void set(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
 void setDefault(const char* name, const std::string& value) { setenv(name, value.c_str(), 0); }
 
 /// Whether a path can stand in the engine's switches, where some characters have a meaning and
-/// cannot be quoted.
+/// cannot be quoted, and others do not survive.
 bool fitsSwitch(const fs::path& path) {
-    return path.string().find_first_of(" \t\n,;#\"'\\") == std::string::npos;
+    const std::string text = path.string();
+    return std::all_of(text.begin(), text.end(), [](char letter) {
+        return letter > ' ' && letter < 0x7f && std::strchr(",;#\"'\\", letter) == nullptr;
+    });
+}
+
+/// Whether the engine's processes can share memory as they are used to. Containers often have little.
+bool hasSharedMemory() {
+    struct statvfs status {};
+    return statvfs("/dev/shm", &status) == 0 && access("/dev/shm", W_OK) == 0 &&
+           status.f_bavail * status.f_frsize >= kEnoughSharedMemory;
 }
 
 fs::path wrapperPath(const SessionFolder& folder) {
@@ -37,8 +52,9 @@ fs::path wrapperPath(const SessionFolder& folder) {
     if (fitsSwitch(wrapper)) return wrapper;
     fs::path link = folder.path() / "wrapper.so";
     if (!fitsSwitch(link)) {
-        throw embedder::InputError("the temporary folder " + folder.path().string() +
-                                   " must have a plain name, without blanks; set TMPDIR");
+        throw embedder::InputError(
+            "the temporary folder " + folder.path().string() +
+            " must have a plain name, of ASCII letters without blanks; set TMPDIR");
     }
     fs::create_symlink(wrapper, link);
     return link;
@@ -66,6 +82,7 @@ std::string engineSwitches(const SessionFolder& folder) {
     // sockets, which the sandbox forbids. So this browser is for pages that you trust: it is a
     // development tool for an application that you name.
     switches += " --no-sandbox";
+    if (!hasSharedMemory()) switches += " --disable-dev-shm-usage";  // files in TMPDIR do as well
     return switches;
 }
 

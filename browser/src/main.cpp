@@ -121,8 +121,9 @@ int run(const browser::Options& options) {
     const browser::ChildProcesses children;  // ends them after all that is made below is gone
     std::optional<browser::Xvfb> display;
     if (!hasDisplay()) {
-        display.emplace(options.width, options.height);
+        display.emplace(options.width, options.height, folder.path());
         setenv("DISPLAY", display->display().c_str(), 1);
+        setenv("XAUTHORITY", display->authority().c_str(), 1);
         setenv("QT_QPA_PLATFORM", "xcb", 1);  // whatever else is preferred has no display
     }
 
