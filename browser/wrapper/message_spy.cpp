@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -26,6 +28,28 @@ bool writesMessages = false;
 std::optional<embedder::MessageJournal> journal;
 std::atomic<std::uint64_t> lastCall = 0;
 
+/// The browser's names of instances are odd; people count.
+class Numbers {
+  public:
+    int of(PP_Instance instance) {
+        const std::lock_guard lock(m_mutex);
+        const auto [entry, isNew] = m_numbers.emplace(instance, m_last + 1);
+        if (isNew) ++m_last;
+        return entry->second;
+    }
+    void forget(PP_Instance instance) {
+        const std::lock_guard lock(m_mutex);
+        m_numbers.erase(instance);
+    }
+
+  private:
+    std::mutex m_mutex;
+    std::map<PP_Instance, int> m_numbers;
+    int m_last = 0;
+};
+
+Numbers numbers;
+
 std::string shown(const PP_Var& message) { return writesMessages ? vars->json(message) : "null"; }
 
 /// The handler that the plug-in has registered for an instance.
@@ -42,16 +66,18 @@ bool isRefusal(const PP_Var& answer, const char* key) {
 void postMessage(PP_Instance instance, PP_Var message) {
     // Before the page has it: whoever asks after that finds it told.
     const std::string command = vars->command(message);
-    const std::string asked = journal->answered(instance, shown(message), command);
-    sendEvent(json{kEventAnswered, instance, command});
+    const int who = numbers.of(instance);
+    const std::string asked = journal->answered(who, shown(message), command);
+    sendEvent(json{kEventAnswered, who, command});
     if (isRefusal(message, "status")) sendEvent(json{kEventRefused, asked});
     browserMessaging->PostMessage(instance, message);
 }
 
 void handleMessage(PP_Instance instance, void* data, const PP_Var* message) {
     const std::string command = vars->command(*message);
-    journal->posted(instance, shown(*message), command);
-    sendEvent(json{kEventPosted, instance, command});
+    const int who = numbers.of(instance);
+    journal->posted(who, shown(*message), command);
+    sendEvent(json{kEventPosted, who, command});
     const auto* handler = static_cast<const Handler*>(data);
     handler->table->HandleMessage(instance, handler->data, message);
 }
@@ -59,9 +85,10 @@ void handleMessage(PP_Instance instance, void* data, const PP_Var* message) {
 void handleBlockingMessage(PP_Instance instance, void* data, const PP_Var* message,
                            PP_Var* response) {
     const std::string command = vars->command(*message);
-    const auto call = journal->called(instance, shown(*message), command);
+    const int who = numbers.of(instance);
+    const auto call = journal->called(who, shown(*message), command);
     const std::uint64_t number = ++lastCall;
-    sendEvent(json{kEventCalled, instance, command, number});
+    sendEvent(json{kEventCalled, who, command, number});
     const auto* handler = static_cast<const Handler*>(data);
     handler->table->HandleBlockingMessage(instance, handler->data, message, response);
     journal->replied(call, shown(*response));
@@ -111,9 +138,13 @@ void startSpying(PPB_GetInterface getInterface, bool writes) {
 
 const void* spyingMessaging() { return browserMessaging == nullptr ? nullptr : &kSpyingMessaging; }
 
-void forgetMessages(PP_Instance instance) {
-    journal->forget(instance);
-    sendEvent(json{kEventGone, instance});
+void noteInstance(PP_Instance instance) { sendEvent(json{kEventCreated, numbers.of(instance)}); }
+
+void forgetInstance(PP_Instance instance) {
+    const int who = numbers.of(instance);
+    journal->forget(who);
+    sendEvent(json{kEventGone, who});
+    numbers.forget(instance);
 }
 
 }  // namespace browser

@@ -14,8 +14,11 @@ void startSpying(PPB_GetInterface getInterface, bool writesMessages);
 /// What the plug-in gets as "PPB_Messaging;1.2".
 const void* spyingMessaging();
 
+/// There is an instance. In what is told, instances have numbers, in the order in which they came.
+void noteInstance(PP_Instance instance);
+
 /// The instance is gone.
-void forgetMessages(PP_Instance instance);
+void forgetInstance(PP_Instance instance);
 
 }  // namespace browser
 

@@ -108,7 +108,7 @@ PP_Bool didCreate(PP_Instance instance, std::uint32_t count, const char* names[]
                   const char* values[]) {
     // The plug-in asks for its privileges in DidCreate.
     embedder::setApplication(instance, applicationOf(instance));
-    browser::sendEvent({browser::kEventCreated, instance});
+    browser::noteInstance(instance);
     return pluginInstance->DidCreate(instance, count, names, values);
 }
 
@@ -116,7 +116,7 @@ PP_Bool didCreate(PP_Instance instance, std::uint32_t count, const char* names[]
 void didDestroy(PP_Instance instance) {
     pluginInstance->DidDestroy(instance);
     embedder::forgetInstance(instance);
-    browser::forgetMessages(instance);
+    browser::forgetInstance(instance);
 }
 
 /// The plug-in's table, with the two functions above in it.

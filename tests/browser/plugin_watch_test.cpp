@@ -73,7 +73,7 @@ TEST_F(TheWatchedPlugin, HasItsMessagesWritten) {
     const Json more = {
         {{"$type", "undefined"}}, {{"$type", "double"}, {"value", "NaN"}}, 1.5, nullptr, true};
     ASSERT_THAT(lines, SizeIs(6));
-    EXPECT_THAT(instances, SizeIs(1));
+    EXPECT_THAT(instances, ElementsAre(1));
     EXPECT_EQ(lines[0],
               (Json{{"path", "blocking"}, {"request", {{"command", version}, {"more", more}}}}));
     EXPECT_EQ(lines[1]["answer"]["value"], "1.1");
