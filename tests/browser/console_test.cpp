@@ -22,7 +22,7 @@ class TheConsole : public browser::BrowserTest {
         m_folder.write("index.html", "<!DOCTYPE html><body><script src='app.js'></script>");
         m_folder.write("manifest.json",
                        R"({"name": "x", "start": "index.html", "privileges": []})");
-        Arguments arguments = {m_folder.path(""), "--quit-after", "0.5"};
+        Arguments arguments = {m_folder.path(""), "--quit-after", "2"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const auto result = runBrowser(arguments);
         EXPECT_EQ(result.exitCode, 0) << result.errors;

@@ -98,7 +98,7 @@ TEST_F(TheWatchedPlugin, IsAskedWhatItOwesWhenItMatters) {
     const auto strict = run(posting, {"--strict"});
     EXPECT_EQ(strict.exitCode, 4);
     EXPECT_THAT(strict.errors, HasSubstr(" without an answer (sso_plugin_show_login_page"));
-    const auto late = run(posting + "await new Promise(() => 0);", {"--timeout", "3"});
+    const auto late = run(posting + "await new Promise(() => 0);", {"--timeout", "8"});
     EXPECT_EQ(late.exitCode, 3);
     EXPECT_THAT(late.errors, HasSubstr("the end of the script script.js; answers to "
                                        "sso_plugin_show_login_page"));
