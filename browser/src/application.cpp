@@ -24,8 +24,8 @@ QString hostNameOf(const fs::path& folder) {
     for (const QChar letter : QString::fromStdString(folder.filename().string()).toLower()) {
         const bool isPlain = letter.unicode() < 128 && letter.isLetterOrNumber();
         if (isPlain) name += letter;
-        if (!isPlain && !name.isEmpty() && !name.endsWith(QLatin1Char('-')))
-            name += QLatin1Char('-');
+        const bool separates = !isPlain && !name.isEmpty() && !name.endsWith(QLatin1Char('-'));
+        if (separates) name += QLatin1Char('-');
         if (name.size() == kLongestName) break;
     }
     while (name.endsWith(QLatin1Char('-'))) name.chop(1);
@@ -84,7 +84,7 @@ QUrl originOf(const QUrl& page) {
 }
 
 QUrl readUrl(const std::string& target) {
-    const QUrl url(QString::fromStdString(target), QUrl::StrictMode);
+    QUrl url(QString::fromStdString(target), QUrl::StrictMode);
     std::error_code error;
     if (url.isLocalFile() || fs::exists(target, error)) {
         throw InputError(target + ": is a file; give the folder of the application");

@@ -58,7 +58,7 @@ std::vector<pid_t> collectChildren(Clock::time_point deadline) {
     for (;;) {
         while (waitpid(-1, nullptr, WNOHANG) > 0) {
         }
-        const std::vector<pid_t> left = childrenOf("self");
+        std::vector<pid_t> left = childrenOf("self");
         if (std::all_of(left.begin(), left.end(), isIdleZygote) || Clock::now() >= deadline) {
             return left;
         }

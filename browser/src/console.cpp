@@ -12,7 +12,7 @@
 namespace browser {
 namespace {
 
-constexpr QLatin1String kObject("#<Object>");
+constexpr char kObject[] = "#<Object>";
 
 /// " (demo.js:12)", or nothing when nobody knows.
 QString location(const QString& file, int line) {
@@ -97,7 +97,8 @@ void Console::onEngine(QWebEnginePage::JavaScriptConsoleMessageLevel level, cons
         const int frames = stack.indexOf(QStringLiteral("\n    at "));
         if (frames >= 0) text += stack.mid(frames);
         // The engine knows no text for objects.
-        if (text.endsWith(kObject)) text = text.left(text.size() - kObject.size()) + stack;
+        const QString object = QString::fromLatin1(kObject);
+        if (text.endsWith(object)) text = text.left(text.size() - object.size()) + stack;
     }
     write({levelName(level), text, source, line, {}});
 }

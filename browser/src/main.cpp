@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QFile>
 #include <QSocketNotifier>
-#include <QTimer>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -22,6 +21,7 @@
 #include "src/child_processes.h"
 #include "src/environment.h"
 #include "src/exit_code.h"
+#include "src/later.h"
 #include "src/module_check.h"
 #include "src/options.h"
 #include "src/plugin_watch.h"
@@ -154,7 +154,7 @@ int run(const browser::Options& options) {
     browser::Runner runner(options, applications, dialogs, std::move(scripts), plugin);
     // What ends the program before its event loop runs would be forgotten.
     if (ended) return *ended;
-    QTimer::singleShot(0, qApp, [&runner] { runner.start(); });
+    browser::later(*qApp, 0, [&runner] { runner.start(); });
     return QApplication::exec();
 }
 

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "src/later.h"
+
 namespace browser {
 namespace {
 
@@ -89,10 +91,7 @@ void PageScript::onSyntaxError() {
         return end({false, m_syntaxError.isEmpty() ? QStringLiteral("%1 does not parse").arg(m_name)
                                                    : m_syntaxError});
     }
-    const QPointer<QTimer> alive = &m_timer;
-    QTimer::singleShot(kPollInterval, [this, alive] {
-        if (alive) onSyntaxError();
-    });
+    later(m_timer, kPollInterval, [this] { onSyntaxError(); });
 }
 
 void PageScript::end(const End& end) {

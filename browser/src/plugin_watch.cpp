@@ -11,6 +11,7 @@
 
 #include "embedder/commands.h"
 #include "embedder/input_error.h"
+#include "src/later.h"
 #include "src/output.h"
 #include "wrapper/events.h"
 
@@ -56,8 +57,7 @@ void PluginWatch::open() {
     m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [this] {
         // Later, as this may replace the one that calls.
-        QMetaObject::invokeMethod(
-            m_notifier.get(), [this] { catchUp(); }, Qt::QueuedConnection);
+        later(m_context, 0, [this] { catchUp(); });
         m_notifier->setEnabled(false);
     });
 }

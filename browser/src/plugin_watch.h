@@ -2,6 +2,7 @@
 #define BROWSER_PLUGIN_WATCH_H_
 
 #include <QByteArray>
+#include <QObject>
 #include <QSocketNotifier>
 #include <QString>
 #include <QStringList>
@@ -49,6 +50,7 @@ class PluginWatch {
     void onEnd();
     void writeMessage(const std::string& line);
 
+    QObject m_context;  ///< of what is done later
     const std::filesystem::path m_pipe;
     std::FILE* m_file = nullptr;
     bool m_toOutput = false;

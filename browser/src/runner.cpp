@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "src/exit_code.h"
+#include "src/later.h"
 #include "src/output.h"
 
 namespace browser {
@@ -59,7 +60,7 @@ QWebEnginePage* Runner::openWindow(const PageSetting& setting) {
     const auto popup = m_popups.emplace(m_popups.end());
     Window::Observer observer;
     observer.onClosed = [this, popup] {
-        QTimer::singleShot(0, &m_timer, [this, popup] { m_popups.erase(popup); });
+        later(m_timer, 0, [this, popup] { m_popups.erase(popup); });
     };
     *popup = std::make_unique<Window>(own, QStringLiteral("sso-browser"),
                                       QSize(m_options.width, m_options.height), observer);
@@ -96,7 +97,7 @@ void Runner::onLoaded(std::size_t window, bool succeeded) {
         return;
     }
     // A page that closes its window while it is loaded is no failure; that is told a moment later.
-    QTimer::singleShot(kCloseDelay, &m_timer, [this, window, address] {
+    later(m_timer, kCloseDelay, [this, window, address] {
         if (!m_windows[window]->isClosed()) fail(address + QStringLiteral(" cannot be loaded"));
     });
 }
@@ -124,7 +125,7 @@ void Runner::onScriptEnd(const PageScript::End& end) {
     printLine(QStringLiteral("result: ") + end.text);
     if (m_nextScript == m_scripts.size()) return waitForEnd();
     // Not from inside the script that is to go.
-    QTimer::singleShot(0, &m_timer, [this] { runNextScript(); });
+    later(m_timer, 0, [this] { runNextScript(); });
 }
 
 void Runner::onClosed(std::size_t window) {
@@ -185,7 +186,7 @@ void Runner::finish() {
     if (!takeScreenshot()) return end(kExitFailed);
     if (!m_options.strict) return conclude();
     // What a page has just sent may still be on its way.
-    QTimer::singleShot(kStrictDelay, &m_timer, [this] { conclude(); });
+    later(m_timer, kStrictDelay, [this] { conclude(); });
 }
 
 void Runner::conclude() {

@@ -5,7 +5,8 @@ set -eu
 cd "$(dirname "$0")"
 browser=${1:-sso-browser}
 work=$(mktemp -d)
-node backend.mjs "${BACKEND_PORT:-8137}" >"$work/backend" &
+: >"$work/backend"
+node backend.mjs "${BACKEND_PORT:-8137}" >>"$work/backend" &
 backend=$!
 trap 'kill $backend; rm -rf "$work"' EXIT
 until grep -q listening "$work/backend"; do
