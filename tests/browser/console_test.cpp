@@ -10,7 +10,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsSupersetOf;
 using ::testing::MatchesRegex;
 using ::testing::StartsWith;
 

@@ -26,7 +26,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class ABrowserOfItsOwn : public browser::BrowserTest {
