@@ -12,6 +12,7 @@
 
 #include "embedder/application_manifest.h"
 #include "embedder/environment.h"
+#include "privileges.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -23,9 +24,6 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
-
-const std::string kPartner = SSO_PRIVILEGE_ORIGIN "/privilege/sso.partner";
-const std::string kPublic = SSO_PRIVILEGE_ORIGIN "/privilege/sso.public";
 
 /// A command line of a program that has no options of its own.
 class TheCommonOptions : public ::testing::Test {
