@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "child.h"
 #include "process.h"
 
 namespace qualification {
@@ -100,9 +101,10 @@ void run(Listed& test, const SuiteOptions& options, std::chrono::seconds limit) 
     const auto begin = std::chrono::steady_clock::now();
     support::ProcessResult ended;
     try {
-        ended = support::runProcess({options.folder + "/" + test.result.program,
-                                     "--gtest_filter=" + test.fullName, "--gtest_color=no"},
-                                    process);
+        ended = support::runProcess(
+            childCommand({kProgram, options.folder + "/" + test.result.program,
+                          "--gtest_filter=" + test.fullName, "--gtest_color=no"}),
+            process);
     } catch (const std::exception& error) {
         test.result.reason = error.what();  // the program cannot be started: it is not run
         return;
