@@ -168,13 +168,14 @@ std::vector<TestResult> runSuite(const SuiteOptions& options) {
     std::vector<TestResult> results;
     std::mutex mutex;
     std::size_t done = 0;
+    std::atomic<unsigned> hung{0};
     for (std::vector<Listed>& tests : programs) {
         std::atomic<std::size_t> next{0};
-        std::atomic<unsigned> hung{0};
+        std::atomic<unsigned> hungHere{0};
         const auto work = [&] {
             for (std::size_t i = next++; i < tests.size(); i = next++) {
                 TestResult& result = tests[i].result;
-                if (hung < kHangsToGiveUp) {
+                if (hungHere < kHangsToGiveUp) {
                     run(tests[i], options,
                         hung <= kHangsToTryAgain ? options.limit
                                                  : std::min(options.limit, kLimitAfterMoreHangs));
@@ -182,7 +183,10 @@ std::vector<TestResult> runSuite(const SuiteOptions& options) {
                     result.reason = std::to_string(kHangsToGiveUp) + " tests of " + result.program +
                                     " hung before";
                 }
-                if (result.outcome == Outcome::Hung) ++hung;
+                if (result.outcome == Outcome::Hung) {
+                    ++hung;
+                    ++hungHere;
+                }
                 const std::lock_guard lock(mutex);
                 if (options.onResult) options.onResult(result, ++done, total);
             }
