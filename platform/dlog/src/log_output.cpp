@@ -1,15 +1,17 @@
 #include "log_output.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/syscall.h>
+#include <pthread.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <string>
 
 #include "dlog.h"
 
@@ -66,32 +68,73 @@ char priorityLetter(int priority) {
     return known ? kLetters[priority] : '?';
 }
 
-std::string lineOf(const DlogRecord& record) {
+/// Local time, as the C library has it. In a child process of a browser the function of that name is the
+/// browser's own: it asks the browser's process over a socket, each time.
+tm localTime(std::time_t seconds) {
+    static const auto ask =
+        reinterpret_cast<decltype(&localtime_r)>(dlsym(RTLD_NEXT, "localtime_r"));
+    tm local{};
+    if (ask != nullptr) {
+        ask(&seconds, &local);
+    } else {
+        gmtime_r(&seconds, &local);
+    }
+    return local;
+}
+
+/// The system's numbers of the calling thread and its process, asked for once.
+struct Numbers {
+    pid_t process;
+    pid_t thread;
+};
+
+Numbers numbersOfThisThread() {
+    static thread_local Numbers t_numbers{0, 0};
+    // A fork has one thread, which runs this.
+    static const int forkHandler = pthread_atfork(nullptr, nullptr, [] {
+        t_numbers = Numbers{0, 0};
+    });
+    static_cast<void>(forkHandler);  // without memory for it, forks log their parent's numbers
+    if (t_numbers.process == 0) {
+        t_numbers = {getpid(), gettid()};
+    }
+    return t_numbers;
+}
+
+/// A line up to its text. @return its length.
+std::size_t putHead(std::array<char, 160>& head, const DlogRecord& record) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    tm local{};
-    localtime_r(&now.tv_sec, &local);
-    std::array<char, 160> head{};
-    std::snprintf(head.data(), head.size(),
-                  "%02d-%02d %02d:%02d:%02d.%03ld %c/%.64s(%5d:%5ld) [%s] ", local.tm_mon + 1,
-                  local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, now.tv_nsec / 1000000,
-                  priorityLetter(record.priority), record.tag, getpid(), syscall(SYS_gettid),
-                  bufferName(record.buffer));
-    return std::string(head.data()) + record.text + '\n';
+    const tm local = localTime(now.tv_sec);
+    const Numbers numbers = numbersOfThisThread();
+    const int size = std::snprintf(
+        head.data(), head.size(), "%02d-%02d %02d:%02d:%02d.%03ld %c/%.64s(%5d:%5d) [%s] ",
+        local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+        now.tv_nsec / 1000000, priorityLetter(record.priority), record.tag, numbers.process,
+        numbers.thread, bufferName(record.buffer));
+    return static_cast<std::size_t>(size);
 }
+
+iovec part(const char* text, std::size_t size) { return {const_cast<char*>(text), size}; }
 
 }  // namespace
 
-void writeRecord(const DlogRecord& record) {
+bool passes(int priority) {
     static const int least = leastPriority();
-    if (record.priority < least) {
+    return priority >= least;
+}
+
+void writeRecord(const DlogRecord& record) {
+    if (!passes(record.priority)) {
         return;
     }
     static const int output = openOutput();
-    const std::string line = lineOf(record);
+    std::array<char, 160> head;  // longer than any
+    const std::array<iovec, 3> line{part(head.data(), putHead(head, record)),
+                                    part(record.text, std::strlen(record.text)), part("\n", 1)};
     // One write, so that lines of several threads and processes stay whole. A log that cannot be
     // written must not stop what it reports on.
-    const ssize_t written = write(output, line.data(), line.size());
+    const ssize_t written = writev(output, line.data(), static_cast<int>(line.size()));
     static_cast<void>(written);
 }
 
