@@ -1,5 +1,6 @@
 #include "trace_event.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -27,22 +28,37 @@ std::string microseconds(std::int64_t ns) {
     return text.data();
 }
 
-Json textsOf(const Call& call) {
-    Json texts = Json::array();
-    for (const auto& text : call.texts.texts()) {
-        texts.push_back(text ? Json(*text) : Json());
-    }
-    return texts;
+/// Whether a text stands in JSON as it is.
+bool isPlain(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char letter) {
+        return letter >= ' ' && letter <= '~' && letter != '"' && letter != '\\';
+    });
 }
 
-Json typesOf(const Call& call) {
-    Json types = Json::array();
-    for (std::size_t i = 0; i < call.typeCount(); ++i) {
-        types.push_back({{"name", call.item.typeNames[i]},
-                         {"kind", call.item.kinds[i]},
-                         {"tag", call.item.tags[i]}});
+// Events are put together as text: there is one for each traced call, and building a tree of values for
+// it takes longer than all the rest of the call.
+
+std::string jsonText(std::string_view text) {
+    return isPlain(text) ? '"' + std::string(text) + '"' : textOf(text);
+}
+
+std::string textsOf(const Call& call) {
+    std::string texts;
+    for (const auto& text : call.texts.texts()) {
+        texts += (texts.empty() ? "" : ",") + (text ? jsonText(*text) : "null");
     }
-    return types;
+    return '[' + texts + ']';
+}
+
+std::string typesOf(const Call& call) {
+    std::string types;
+    for (std::size_t i = 0; i < call.typeCount(); ++i) {
+        types += std::string(types.empty() ? "" : ",") + R"({"name":)" +
+                 jsonText(call.item.typeNames[i]) + R"(,"kind":)" +
+                 std::to_string(call.item.kinds[i]) + R"(,"tag":)" +
+                 std::to_string(call.item.tags[i]) + '}';
+    }
+    return '[' + types + ']';
 }
 
 }  // namespace
@@ -57,21 +73,22 @@ std::string nameEvent(const EventSource& source, const char* subject, const char
 
 std::string callEvent(const EventSource& source, const Call& call) {
     const Place& location = placeOf(*call.location);
-    Json arguments = {{"file", location.file},
-                      {"line", location.line},
-                      {"signature", location.function},
-                      {"id", call.place},
-                      {"texts", textsOf(call)}};
+    std::string event;
+    event.reserve(512);
+    event.append(R"({"ph":"X","ts":)").append(microseconds(call.beginNs));
+    event.append(R"(,"dur":)").append(microseconds(call.endNs - call.beginNs));
+    event.append(R"(,"name":)").append(jsonText(functionName(location.function)));
+    event.append(R"(,"cat":"call","pid":)").append(std::to_string(source.process));
+    event.append(R"(,"tid":)").append(std::to_string(source.thread));
+    event.append(R"(,"args":{"file":)").append(jsonText(location.file));
+    event.append(R"(,"line":)").append(std::to_string(location.line));
+    event.append(R"(,"signature":)").append(jsonText(location.function));
+    event.append(R"(,"id":)").append(std::to_string(call.place));
+    event.append(R"(,"texts":)").append(textsOf(call));
     if (call.item.recordsTypes) {
-        arguments["types"] = typesOf(call);
+        event.append(R"(,"types":)").append(typesOf(call));
     }
-    const std::string rest = textOf({{"name", std::string(functionName(location.function))},
-                                     {"cat", "call"},
-                                     {"pid", source.process},
-                                     {"tid", source.thread},
-                                     {"args", arguments}});
-    return R"({"ph":"X","ts":)" + microseconds(call.beginNs) + R"(,"dur":)" +
-           microseconds(call.endNs - call.beginNs) + "," + rest.substr(1);
+    return event.append("}}");
 }
 
 }  // namespace call_trace
