@@ -4,6 +4,7 @@
 #undef NDEBUG
 #include <array>
 #include <cassert>
+#include <string_view>
 #include <utility>
 
 #include "PluginLog.h"
@@ -68,7 +69,7 @@ struct CPluginSSOMessageHandler::Command {
     static constexpr Privilege kPartner = &CPluginSSOMessageHandler::m_bPrivilegePartner;
     static constexpr Privilege kPlatform = &CPluginSSOMessageHandler::m_bPrivilegePlatform;
 
-    const char* name;
+    std::string_view name;  // its length is known, which tells most names apart
     const char* logFormat;
     int logLine;
     Privilege privilege;  // the one that it needs
