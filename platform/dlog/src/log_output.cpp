@@ -3,15 +3,18 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <string_view>
 
 #include "dlog.h"
 
@@ -101,21 +104,69 @@ Numbers numbersOfThisThread() {
     return t_numbers;
 }
 
-/// A line up to its text. @return its length.
-std::size_t putHead(std::array<char, 160>& head, const DlogRecord& record) {
+/// A line as it is put together: by hand, since a page waits for a dozen of them.
+class Line {
+  public:
+    /// @param width  fewer digits get `fill` in front.
+    void put(long number, std::ptrdiff_t width, char fill) {
+        std::array<char, 20> digits;
+        const char* end = std::to_chars(digits.begin(), digits.end(), number).ptr;
+        for (std::ptrdiff_t missing = width - (end - digits.begin()); missing > 0; --missing) {
+            put(fill);
+        }
+        put({digits.data(), static_cast<std::size_t>(end - digits.begin())});
+    }
+    void put(char letter) { m_text[m_size++] = letter; }
+    /// What is no room for is cut; a letter still fits.
+    void put(std::string_view text) {
+        const std::size_t size = std::min(text.size(), m_text.size() - 1 - m_size);
+        std::memcpy(m_text.data() + m_size, text.data(), size);
+        m_size += size;
+    }
+
+    const char* data() const { return m_text.data(); }
+    std::size_t size() const { return m_size; }
+
+  private:
+    std::array<char, 4096 + 160> m_text;  // of the longest text, and of what stands before it
+    std::size_t m_size = 0;
+};
+
+void putTime(Line& line) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     const tm local = localTime(now.tv_sec);
-    const Numbers numbers = numbersOfThisThread();
-    const int size = std::snprintf(
-        head.data(), head.size(), "%02d-%02d %02d:%02d:%02d.%03ld %c/%.64s(%5d:%5d) [%s] ",
-        local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
-        now.tv_nsec / 1000000, priorityLetter(record.priority), record.tag, numbers.process,
-        numbers.thread, bufferName(record.buffer));
-    return static_cast<std::size_t>(size);
+    line.put(local.tm_mon + 1, 2, '0');
+    line.put('-');
+    line.put(local.tm_mday, 2, '0');
+    line.put(' ');
+    line.put(local.tm_hour, 2, '0');
+    line.put(':');
+    line.put(local.tm_min, 2, '0');
+    line.put(':');
+    line.put(local.tm_sec, 2, '0');
+    line.put('.');
+    line.put(now.tv_nsec / 1000000, 3, '0');
 }
 
-iovec part(const char* text, std::size_t size) { return {const_cast<char*>(text), size}; }
+void putRecord(Line& line, const DlogRecord& record) {
+    constexpr std::size_t kLongestTag = 64;
+    const Numbers numbers = numbersOfThisThread();
+    putTime(line);
+    line.put(' ');
+    line.put(priorityLetter(record.priority));
+    line.put('/');
+    line.put(std::string_view(record.tag).substr(0, kLongestTag));
+    line.put('(');
+    line.put(numbers.process, 5, ' ');
+    line.put(':');
+    line.put(numbers.thread, 5, ' ');
+    line.put(") [");
+    line.put(bufferName(record.buffer));
+    line.put("] ");
+    line.put(record.text);
+    line.put('\n');
+}
 
 }  // namespace
 
@@ -129,12 +180,11 @@ void writeRecord(const DlogRecord& record) {
         return;
     }
     static const int output = openOutput();
-    std::array<char, 160> head;  // longer than any
-    const std::array<iovec, 3> line{part(head.data(), putHead(head, record)),
-                                    part(record.text, std::strlen(record.text)), part("\n", 1)};
+    Line line;
+    putRecord(line, record);
     // One write, so that lines of several threads and processes stay whole. A log that cannot be
     // written must not stop what it reports on.
-    const ssize_t written = writev(output, line.data(), static_cast<int>(line.size()));
+    const ssize_t written = write(output, line.data(), line.size());
     static_cast<void>(written);
 }
 

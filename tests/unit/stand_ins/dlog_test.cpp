@@ -194,6 +194,26 @@ TEST_F(TheLogFile, HasLocalTimeOfThisProcessAndAsksNoOther) {
     EXPECT_THAT(lines()[0].substr(0, before.size()), AnyOf(before, minuteAt(kAhead)));
 }
 
+TEST_F(TheLogFile, HasWholeLinesOfTheLongestTextAndTag) {
+    const std::string tag(100, 't');
+    const std::string text(5000, 'x');
+    EXPECT_EXIT(
+        {
+            __dlog_print(2, 5, tag.c_str(), "%s", text.c_str());
+            __dlog_print(7, 9, nullptr, "next");
+            _exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
+    ASSERT_EQ(lines().size(), 2U);
+    const std::string time = R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
+    EXPECT_TRUE(std::regex_match(
+        lines()[0].substr(0, lines()[0].size() - 4095),
+        std::regex(time + "W/" + std::string(64, 't') + R"(\( *\d+: *\d+\) \[system\] )")));
+    EXPECT_EQ(lines()[0].substr(lines()[0].size() - 4095), std::string(4095, 'x'));
+    EXPECT_TRUE(
+        std::regex_match(lines()[1], std::regex(time + R"(\?/\( *\d+: *\d+\) \[\?\] next)")));
+}
+
 TEST_F(TheLogFile, NamesTheProcessAndTheThreadAlsoAfterAFork) {
     EXPECT_EXIT(
         {
