@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "base/never_destroyed.h"
 #include "libraries.h"
@@ -85,7 +86,7 @@ class Writer {
 
 /// @param threadName  an event that comes before, if it is not empty.
 /// @return false when the file has just turned out not to be writable.
-bool append(const EventSource& source, const std::string& threadName, const std::string& event) {
+bool append(const EventSource& source, std::string threadName, std::string event) {
     Recording& recording = *g_recording;
     Writer writer(recording);
     if (recording.hasFailed) {
@@ -100,9 +101,9 @@ bool append(const EventSource& source, const std::string& threadName, const std:
         const off_t place = file.placeFor(event.size());
         writer.leaveLock();
         if (!threadName.empty()) {
-            file.write(namePlace, threadName);
+            file.write(namePlace, std::move(threadName));
         }
-        file.write(place, event);
+        file.write(place, std::move(event));
         return true;
     } catch (const std::system_error& error) {
         writer.takeLock();
@@ -166,8 +167,7 @@ void record(const Call& call) {
     if (t_source.process == 0) {
         t_source = {getpid(), gettid()};
     }
-    const std::string name = newThreadName(t_source);
-    if (!append(t_source, name, callEvent(t_source, call))) {
+    if (!append(t_source, newThreadName(t_source), callEvent(t_source, call))) {
         Libraries::instance().setEnabled(false);
     }
 }

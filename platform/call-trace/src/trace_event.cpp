@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <nlohmann/json.hpp>
 #include <string_view>
+#include <utility>
 
 #include "function_name.h"
 #include "place.h"
@@ -18,14 +19,23 @@ std::string textOf(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+// Events are put together as text: there is one for each traced call, and building a tree of values for
+// it takes longer than all the rest of the call.
+
+void put(std::string& event, std::int64_t number) {
+    std::array<char, 24> digits;
+    event.append(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
+}
+
 /// The format counts in microseconds. A floating-point number would lose the last digits on a
 /// device that has been up for months, and calls would no longer enclose each other.
-std::string microseconds(std::int64_t ns) {
+void putMicroseconds(std::string& event, std::int64_t ns) {
     constexpr std::int64_t kNsPerUs = 1000;
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%lld.%03lld", static_cast<long long>(ns / kNsPerUs),
-                  static_cast<long long>(ns % kNsPerUs));
-    return text.data();
+    put(event, ns / kNsPerUs);
+    event += '.';
+    for (std::int64_t digit = kNsPerUs / 10; digit > 0; digit /= 10) {
+        event += static_cast<char>('0' + ns / digit % 10);
+    }
 }
 
 /// Whether a text stands in JSON as it is.
@@ -35,30 +45,36 @@ bool isPlain(std::string_view text) {
     });
 }
 
-// Events are put together as text: there is one for each traced call, and building a tree of values for
-// it takes longer than all the rest of the call.
-
-std::string jsonText(std::string_view text) {
-    return isPlain(text) ? '"' + std::string(text) + '"' : textOf(text);
+void putText(std::string& event, std::string_view text) {
+    if (isPlain(text)) {
+        event.append(1, '"').append(text).append(1, '"');
+    } else {
+        event += textOf(text);
+    }
 }
 
-std::string textsOf(const Call& call) {
-    std::string texts;
+void putTexts(std::string& event, const Call& call) {
+    const char* separator = "";
     for (const auto& text : call.texts.texts()) {
-        texts += (texts.empty() ? "" : ",") + (text ? jsonText(*text) : "null");
+        event += std::exchange(separator, ",");
+        if (text) {
+            putText(event, *text);
+        } else {
+            event += "null";
+        }
     }
-    return '[' + texts + ']';
 }
 
-std::string typesOf(const Call& call) {
-    std::string types;
+void putTypes(std::string& event, const Call& call) {
     for (std::size_t i = 0; i < call.typeCount(); ++i) {
-        types += std::string(types.empty() ? "" : ",") + R"({"name":)" +
-                 jsonText(call.item.typeNames[i]) + R"(,"kind":)" +
-                 std::to_string(call.item.kinds[i]) + R"(,"tag":)" +
-                 std::to_string(call.item.tags[i]) + '}';
+        event += i == 0 ? R"({"name":)" : R"(,{"name":)";
+        putText(event, call.item.typeNames[i]);
+        event += R"(,"kind":)";
+        put(event, call.item.kinds[i]);
+        event += R"(,"tag":)";
+        put(event, call.item.tags[i]);
+        event += '}';
     }
-    return '[' + types + ']';
 }
 
 }  // namespace
@@ -75,20 +91,33 @@ std::string callEvent(const EventSource& source, const Call& call) {
     const Place& location = placeOf(*call.location);
     std::string event;
     event.reserve(512);
-    event.append(R"({"ph":"X","ts":)").append(microseconds(call.beginNs));
-    event.append(R"(,"dur":)").append(microseconds(call.endNs - call.beginNs));
-    event.append(R"(,"name":)").append(jsonText(functionName(location.function)));
-    event.append(R"(,"cat":"call","pid":)").append(std::to_string(source.process));
-    event.append(R"(,"tid":)").append(std::to_string(source.thread));
-    event.append(R"(,"args":{"file":)").append(jsonText(location.file));
-    event.append(R"(,"line":)").append(std::to_string(location.line));
-    event.append(R"(,"signature":)").append(jsonText(location.function));
-    event.append(R"(,"id":)").append(std::to_string(call.place));
-    event.append(R"(,"texts":)").append(textsOf(call));
+    event += R"({"ph":"X","ts":)";
+    putMicroseconds(event, call.beginNs);
+    event += R"(,"dur":)";
+    putMicroseconds(event, call.endNs - call.beginNs);
+    event += R"(,"name":)";
+    putText(event, functionName(location.function));
+    event += R"(,"cat":"call","pid":)";
+    put(event, source.process);
+    event += R"(,"tid":)";
+    put(event, source.thread);
+    event += R"(,"args":{"file":)";
+    putText(event, location.file);
+    event += R"(,"line":)";
+    put(event, location.line);
+    event += R"(,"signature":)";
+    putText(event, location.function);
+    event += R"(,"id":)";
+    put(event, call.place);
+    event += R"(,"texts":[)";
+    putTexts(event, call);
+    event += ']';
     if (call.item.recordsTypes) {
-        event.append(R"(,"types":)").append(typesOf(call));
+        event += R"(,"types":[)";
+        putTypes(event, call);
+        event += ']';
     }
-    return event.append("}}");
+    return event += "}}";
 }
 
 }  // namespace call_trace

@@ -59,8 +59,8 @@ off_t TraceFile::placeFor(std::size_t size) {
     return position;
 }
 
-void TraceFile::write(off_t place, std::string_view element) {
-    put(place, std::string(kSeparator) + std::string(element));
+void TraceFile::write(off_t place, std::string element) {
+    put(place, element.insert(0, kSeparator));
 }
 
 void TraceFile::open() {

@@ -38,7 +38,7 @@ class TraceFile {
     ///
     /// @param element  a JSON value, of the size that the place was made for.
     /// @throws std::system_error  as above.
-    void write(off_t place, std::string_view element);
+    void write(off_t place, std::string element);
 
   private:
     void open();
