@@ -1,5 +1,5 @@
 // The plug-in and the echo module as one module, so that they can stand in one page: the attribute
-// data-module of an element says which of them it is, "plugin" or "echo". Messages go straight to the
+// data-module of an element says which of them it is, "plugin", or "echo" or "answer". Messages go straight to the
 // handler that either has registered.
 
 #include <dlfcn.h>
@@ -49,7 +49,7 @@ bool load(const char* name, PP_Module module, PPB_GetInterface getInterface, Mod
 PP_Bool didCreate(PP_Instance instance, uint32_t count, const char* names[], const char* values[]) {
     const Module* chosen = &g_plugin;
     for (uint32_t i = 0; i < count; ++i) {
-        if (std::strcmp(names[i], "data-module") == 0 && std::strcmp(values[i], "echo") == 0) {
+        if (std::strcmp(names[i], "data-module") == 0 && std::strcmp(values[i], "plugin") != 0) {
             chosen = &g_echo;
         }
     }

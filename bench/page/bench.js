@@ -102,22 +102,26 @@ function spread(peers, request, each) {
 
 const pause = ms => new Promise(resolve => setTimeout(resolve, ms));
 
+const ALL = ["plugin", "echo", "answer", "channel"];
+const MODULES = ["plugin", "echo"];
+
+/** A case is run in slices, so that in a round the peers take turns every few milliseconds. */
 const CASES = {
-  "blocking getVersion": { peers: ["plugin", "echo"], run: peer => blocking(peer, VERSION, 100) },
-  "blocking getSSOState": { peers: ["plugin", "echo"], run: peer => blocking(peer, STATE, 100) },
-  "blocking refused": { peers: ["plugin", "echo"], run: peer => blocking(peer, REFUSED, 50) },
-  "blocking malformed": { peers: ["plugin", "echo"], run: peer => blocking(peer, MALFORMED, 50) },
-  "channel getVersion": { peers: ["channel"], run: peer => inFlight(peer, VERSION, 100, 1) },
-  "channel getSSOState": { peers: ["channel"], run: peer => inFlight(peer, STATE, 100, 1) },
-  "token": { peers: ["plugin", "echo", "channel"], run: peer => inFlight(peer, TOKEN, 100, 1) },
-  "refused": { peers: ["plugin", "echo"], run: peer => inFlight(peer, REFUSED, 50, 1) },
-  "malformed": { peers: ["plugin", "echo"], run: peer => inFlight(peer, MALFORMED, 50, 1) },
-  "100 in flight": {
-    peers: ["plugin", "echo", "channel"], run: peer => inFlight(peer, TOKEN, 500, 100),
+  "blocking getVersion": {
+    peers: ALL, slices: 20,
+    run: peer => peer.call ? blocking(peer, VERSION, 10) : inFlight(peer, VERSION, 10, 1),
   },
-  "5000 in flight": {
-    peers: ["plugin", "echo", "channel"], run: peer => inFlight(peer, TOKEN, 5000, 5000),
+  "blocking getSSOState": {
+    peers: ALL, slices: 20,
+    run: peer => peer.call ? blocking(peer, STATE, 10) : inFlight(peer, STATE, 10, 1),
   },
+  "blocking refused": { peers: MODULES, slices: 10, run: peer => blocking(peer, REFUSED, 10) },
+  "blocking malformed": { peers: MODULES, slices: 10, run: peer => blocking(peer, MALFORMED, 10) },
+  "token": { peers: ALL, slices: 20, run: peer => inFlight(peer, TOKEN, 10, 1) },
+  "refused": { peers: MODULES, slices: 10, run: peer => inFlight(peer, REFUSED, 10, 1) },
+  "malformed": { peers: MODULES, slices: 10, run: peer => inFlight(peer, MALFORMED, 10, 1) },
+  "100 in flight": { peers: ALL, slices: 4, run: peer => inFlight(peer, TOKEN, 300, 100) },
+  "5000 in flight": { peers: ALL, slices: 1, run: peer => inFlight(peer, TOKEN, 5000, 5000) },
 };
 
 /**
@@ -129,19 +133,25 @@ async function measureCases({ rounds, cases = Object.keys(CASES) }) {
   const peers = {
     plugin: new Embedded("plugin"),
     echo: new Embedded("echo"),
+    answer: new Embedded("answer"),
     channel: await connectChannel(),
   };
   if (!peers.channel) throw new Error("the page has no QWebChannel");
+  // A blocking message does not wait for an instance that is being made; a posted one does.
+  await spread([peers.plugin, peers.echo, peers.answer], MALFORMED, 1);
   const measured = {};
   for (let round = -1; round < rounds; ++round) {  // the first one warms up
     for (const name of cases) {
-      const turns = CASES[name].peers;
-      for (let turn = 0; turn < turns.length; ++turn) {
-        const peer = turns[(turn + Math.max(round, 0)) % turns.length];
-        const time = await CASES[name].run(peers[peer]);
-        if (round < 0) continue;
-        ((measured[name] = measured[name] || {})[peer] = measured[name][peer] || []).push(time);
+      const { peers: turns, slices, run } = CASES[name];
+      const sums = {};
+      for (let turn = 0; turn < slices * turns.length; ++turn) {
+        const slice = Math.floor(turn / turns.length);
+        const peer = turns[(turn + slice + Math.max(round, 0)) % turns.length];
+        sums[peer] = (sums[peer] || 0) + await run(peers[peer]);
       }
+      if (round < 0) continue;
+      const times = measured[name] = measured[name] || {};
+      for (const peer of turns) (times[peer] = times[peer] || []).push(sums[peer] / slices);
     }
     console.log(`round ${round + 1} of ${rounds}`);
   }
@@ -153,8 +163,7 @@ async function measureFlight({ rounds }) {
   const widths = [1, 3, 10, 30, 100, 300, 1000, 3000, 5000, 10000];
   for (const width of widths) {
     CASES[`flight ${width}`] = {
-      peers: ["plugin", "echo", "channel"],
-      run: peer => inFlight(peer, TOKEN, Math.max(width, 300), width),
+      peers: ALL, slices: 2, run: peer => inFlight(peer, TOKEN, Math.max(width, 300), width),
     };
   }
   return measureCases({ rounds, cases: widths.map(width => `flight ${width}`) });
