@@ -1,8 +1,14 @@
 #include "src/environment.h"
 
 #include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstring>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <string>
 
 #include "embedder/environment.h"
@@ -15,15 +21,26 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFlagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
+constexpr unsigned long kEnoughSharedMemory = 64UL << 20;  // bytes
 constexpr const char* kMimeType = "application/x-sso-plugin";
 
 void set(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
 void setDefault(const char* name, const std::string& value) { setenv(name, value.c_str(), 0); }
 
 /// Whether a path can stand in the engine's switches, where some characters have a meaning and
-/// cannot be quoted.
+/// cannot be quoted, and others do not survive.
 bool fitsSwitch(const fs::path& path) {
-    return path.string().find_first_of(" \t\n,;#\"'\\") == std::string::npos;
+    const std::string text = path.string();
+    return std::all_of(text.begin(), text.end(), [](char letter) {
+        return letter > ' ' && letter < 0x7f && std::strchr(",;#\"'\\", letter) == nullptr;
+    });
+}
+
+/// Whether the engine's processes can share memory as they are used to. Containers often have little.
+bool hasSharedMemory() {
+    struct statvfs status {};
+    return statvfs("/dev/shm", &status) == 0 && access("/dev/shm", W_OK) == 0 &&
+           status.f_bavail * status.f_frsize >= kEnoughSharedMemory;
 }
 
 fs::path wrapperPath(const SessionFolder& folder) {
@@ -35,11 +52,24 @@ fs::path wrapperPath(const SessionFolder& folder) {
     if (fitsSwitch(wrapper)) return wrapper;
     fs::path link = folder.path() / "wrapper.so";
     if (!fitsSwitch(link)) {
-        throw embedder::InputError("the temporary folder " + folder.path().string() +
-                                   " must have a plain name, without blanks; set TMPDIR");
+        throw embedder::InputError(
+            "the temporary folder " + folder.path().string() +
+            " must have a plain name, of ASCII letters without blanks; set TMPDIR");
     }
     fs::create_symlink(wrapper, link);
     return link;
+}
+
+/// Lets the browser find the served folders: its requests for their origins go to the server.
+std::string resolverRules(const std::vector<Application>& applications, int port) {
+    std::string rules;
+    for (const Application& application : applications) {
+        if (application.folder.empty()) continue;
+        if (!rules.empty()) rules += ", ";
+        rules += "MAP " + application.origin.host().toStdString() + ":" +
+                 std::to_string(application.origin.port(80)) + " 127.0.0.1:" + std::to_string(port);
+    }
+    return rules.empty() ? "" : " \"--host-resolver-rules=" + rules + "\"";
 }
 
 std::string engineSwitches(const SessionFolder& folder) {
@@ -52,24 +82,35 @@ std::string engineSwitches(const SessionFolder& folder) {
     // sockets, which the sandbox forbids. So this browser is for pages that you trust: it is a
     // development tool for an application that you name.
     switches += " --no-sandbox";
+    if (!hasSharedMemory()) switches += " --disable-dev-shm-usage";  // files in TMPDIR do as well
     return switches;
 }
 
 }  // namespace
 
+fs::path eventPipe(const SessionFolder& folder) { return folder.path() / "events"; }
+
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
-                        const SessionFolder& folder) {
+                        int serverPort, const SessionFolder& folder) {
     embedder::prepareEnvironment(options.common);
-    set(kFlagsVariable, engineSwitches(folder));
+    set(kFlagsVariable, engineSwitches(folder) + resolverRules(applications, serverPort));
     set(kModuleVariable, fs::absolute(options.common.module).lexically_normal().string());
     nlohmann::json told = nlohmann::json::array();
     for (const Application& application : applications) {
-        told.push_back({{"place", application.place.toEncoded().toStdString()},
+        if (application.origin.isEmpty()) continue;  // nothing can be granted there
+        told.push_back({{"origin", application.origin.toEncoded().toStdString()},
                         {"name", application.told.name},
                         {"grants", application.told.grants}});
     }
     using Json = nlohmann::json;
     set(kApplicationsVariable, told.dump(-1, ' ', false, Json::error_handler_t::replace));
+    const fs::path events = eventPipe(folder);
+    if (mkfifo(events.c_str(), 0600) != 0) {
+        throw std::runtime_error("cannot make a pipe in " + folder.path().string());
+    }
+    set(kEventsVariable, events.string());
+    unsetenv(kMessagesVariable);
+    if (!options.messages.empty()) set(kMessagesVariable, "1");
     setDefault("MESA_SHADER_CACHE_DISABLE", "true");  // nothing is kept on disk
     setDefault("XDG_RUNTIME_DIR", folder.path().string());
 }

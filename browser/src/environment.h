@@ -1,6 +1,7 @@
 #ifndef BROWSER_ENVIRONMENT_H_
 #define BROWSER_ENVIRONMENT_H_
 
+#include <filesystem>
 #include <vector>
 
 #include "src/application.h"
@@ -9,12 +10,16 @@
 
 namespace browser {
 
+/// Where the wrapper tells of the plug-in process; prepareEnvironment() makes it.
+std::filesystem::path eventPipe(const SessionFolder& folder);
+
 /// Sets the variables by which the web engine, its plug-in process and the plug-in's log are told
 /// what to do. Call before the application object exists, while there is one thread.
 ///
+/// @param serverPort  where the folders of applications are served; 0 when there are none.
 /// @throws embedder::InputError  when this program's own files are not where they belong.
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
-                        const SessionFolder& folder);
+                        int serverPort, const SessionFolder& folder);
 
 }  // namespace browser
 

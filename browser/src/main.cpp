@@ -7,33 +7,46 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <optional>
+#include <string>
+#include <system_error>
 #include <utility>
 #include <variant>
 #include <vector>
 
 #include "embedder/input_error.h"
+#include "server/folder_server.h"
 #include "src/application.h"
 #include "src/child_processes.h"
 #include "src/environment.h"
 #include "src/exit_code.h"
 #include "src/module_check.h"
 #include "src/options.h"
+#include "src/plugin_watch.h"
 #include "src/qt_messages.h"
 #include "src/runner.h"
 #include "src/session_folder.h"
 #include "src/signal_pipe.h"
+#include "src/standard_streams.h"
 #include "src/xvfb.h"
 
 namespace {
 
-std::optional<QString> readScript(const std::filesystem::path& path) {
-    if (path.empty()) return std::nullopt;
+browser::Script readScript(const std::filesystem::path& path) {
     QFile file(QString::fromStdString(path.string()));
-    if (std::filesystem::is_directory(path) || !file.open(QIODevice::ReadOnly)) {
+    const bool isStandardInput = path == "-";
+    const bool opened =
+        isStandardInput ? file.open(stdin, QIODevice::ReadOnly)
+                        : !std::filesystem::is_directory(path) && file.open(QIODevice::ReadOnly);
+    if (!opened) throw embedder::InputError("the script " + path.string() + " cannot be read");
+    const QString name = isStandardInput ? QStringLiteral("stdin")
+                                         : QString::fromStdString(path.filename().string());
+    const QByteArray body = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
         throw embedder::InputError("the script " + path.string() + " cannot be read");
     }
-    return QString::fromUtf8(file.readAll());
+    return {name, QString::fromUtf8(body)};
 }
 
 /// Before the page is loaded, as a mistake in a path should not cost a whole run.
@@ -57,22 +70,64 @@ bool hasDisplay() {
     return given("DISPLAY") || given("WAYLAND_DISPLAY");
 }
 
+/// Nothing when no application has a folder.
+std::unique_ptr<browser::FolderServer> serve(const std::vector<browser::Application>& applications,
+                                             int port) {
+    std::unique_ptr<browser::FolderServer> server;
+    for (const browser::Application& application : applications) {
+        if (application.folder.empty()) continue;
+        try {
+            if (!server) {
+                server = std::make_unique<browser::FolderServer>(static_cast<std::uint16_t>(port));
+            }
+        } catch (const std::system_error& error) {
+            throw embedder::InputError("--port " + std::to_string(port) +
+                                       " cannot be used: " + error.code().message());
+        }
+        const QString host = application.origin.authority();
+        server->add(host.toStdString(), application.folder);
+    }
+    return server;
+}
+
+/// Tells the engine where to let DevTools in, and the person where that is.
+void openDevTools(int wanted) {
+    std::uint16_t port = 0;
+    try {
+        // The engine takes what it is given and says nothing when that is taken.
+        port = browser::FolderServer(static_cast<std::uint16_t>(wanted)).port();
+    } catch (const std::system_error& error) {
+        throw embedder::InputError("--devtools=" + std::to_string(wanted) +
+                                   " cannot be used: " + error.code().message());
+    }
+    const std::string address = "127.0.0.1:" + std::to_string(port);
+    setenv("QTWEBENGINE_REMOTE_DEBUGGING", address.c_str(), 1);
+    std::fprintf(stderr, "sso-browser: DevTools listen on http://%s\n", address.c_str());
+}
+
 int run(const browser::Options& options) {
     const std::vector<browser::Application> applications = browser::findApplications(options);
-    std::optional<QString> script = readScript(options.script);
+    std::vector<browser::Script> scripts;
+    for (const auto& path : options.scripts) scripts.push_back(readScript(path));
     requireWritable(options.screenshot);
     browser::checkModule(options.common.module);
 
+    const std::unique_ptr<browser::FolderServer> server = serve(applications, options.port);
+
     const int signalPipe = browser::openSignalPipe();
     const browser::SessionFolder folder;
-    browser::prepareEnvironment(options, applications, folder);
+    browser::prepareEnvironment(options, applications, server ? server->port() : 0, folder);
+    if (options.devtools) openDevTools(*options.devtools);
     const browser::ChildProcesses children;  // ends them after all that is made below is gone
     std::optional<browser::Xvfb> display;
     if (!hasDisplay()) {
-        display.emplace(options.width, options.height);
+        display.emplace(options.width, options.height, folder.path());
         setenv("DISPLAY", display->display().c_str(), 1);
+        setenv("XAUTHORITY", display->authority().c_str(), 1);
         setenv("QT_QPA_PLATFORM", "xcb", 1);  // whatever else is preferred has no display
     }
+
+    if (server) server->start();
 
     browser::installQtMessages(folder);
     // A development tool leaves nothing behind, so it does without the cache.
@@ -82,12 +137,17 @@ int run(const browser::Options& options) {
     char programName[] = "sso-browser";
     char* arguments[] = {programName, nullptr};
     const QApplication qtApplication(argumentCount, arguments);
+    QApplication::setQuitOnLastWindowClosed(false);  // the runner decides how it ends
     const QSocketNotifier notifier(signalPipe, QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, [signalPipe] {
         unsigned char number = 0;
         if (read(signalPipe, &number, 1) == 1) QCoreApplication::exit(128 + number);
     });
-    browser::Runner runner(options, applications, std::move(script));
+    const bool isAlone = display || !options.scripts.empty();
+    const browser::Dialogs dialogs =
+        options.dialogs.value_or(isAlone ? browser::Dialogs::Dismiss : browser::Dialogs::Person);
+    browser::PluginWatch plugin(browser::eventPipe(folder), options.messages);
+    browser::Runner runner(options, applications, dialogs, std::move(scripts), plugin);
     runner.start();
     return QApplication::exec();
 }
@@ -95,6 +155,7 @@ int run(const browser::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    browser::fillStandardStreams();
     try {
         const auto parsed = browser::parseOptions(argc, argv);
         if (const int* exitCode = std::get_if<int>(&parsed)) return *exitCode;

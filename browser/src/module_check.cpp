@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,15 +17,15 @@
 namespace browser {
 namespace {
 
-constexpr unsigned kLongestLoad = 10;  // seconds; load-time code of a module may hang
+constexpr int kLongestLoad = 5000;  // milliseconds; load-time code of a module may hang
+constexpr char kGood[] = "good";
 
-/// Runs in the child: writes what is wrong, nothing when all is well.
+/// Runs in the child: writes what is wrong, or kGood. Code of the module may end it before.
 [[noreturn]] void loadAndReport(const std::filesystem::path& path, int report) {
-    alarm(kLongestLoad);
     const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
     dup2(null, STDOUT_FILENO);
     dup2(null, STDERR_FILENO);
-    const char* problem = nullptr;
+    const char* problem = kGood;
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
         problem = dlerror();
@@ -31,17 +33,19 @@ constexpr unsigned kLongestLoad = 10;  // seconds; load-time code of a module ma
                dlsym(library, "PPP_GetInterface") == nullptr) {
         problem = "it lacks an entry point of a browser module";
     }
-    if (problem != nullptr && write(report, problem, std::strlen(problem)) < 0) _exit(1);
-    _exit(0);
+    _exit(write(report, problem, std::strlen(problem)) < 0 ? 1 : 0);
 }
 
-std::string readAll(int fd) {
-    std::string text;
+/// What the child says; nothing when it says nothing before it ends or the time is over.
+std::string readReport(int fd) {
     std::array<char, 512> part;
-    for (ssize_t got = 0; (got = read(fd, part.data(), part.size())) > 0;) {
-        text.append(part.data(), static_cast<std::size_t>(got));
+    pollfd readable{fd, POLLIN, 0};
+    int ready = 0;
+    while ((ready = poll(&readable, 1, kLongestLoad)) < 0 && errno == EINTR) {
     }
-    return text;
+    if (ready != 1) return {};
+    const ssize_t got = read(fd, part.data(), part.size());
+    return got <= 0 ? std::string() : std::string(part.data(), static_cast<std::size_t>(got));
 }
 
 }  // namespace
@@ -61,13 +65,20 @@ void checkModule(const std::filesystem::path& path) {
     const pid_t child = fork();
     if (child == 0) loadAndReport(absolute, ends[1]);
     close(ends[1]);
-    const std::string problem = child < 0 ? "no process to try it in" : readAll(ends[0]);
+    const std::string report = child < 0 ? "no process to try it in" : readReport(ends[0]);
     close(ends[0]);
-    int status = 0;
-    if (child > 0) waitpid(child, &status, 0);
-    if (!problem.empty()) fail(problem);
-    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) fail("loading it does not end");
-    if (status != 0) fail("loading it ends the process");
+    bool ended = false;
+    if (child > 0) {
+        // One that has said nothing has ended, or never will.
+        ended = report.empty() && waitpid(child, nullptr, WNOHANG) == child;
+        if (!ended) {
+            kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+        }
+    }
+    if (report == kGood) return;
+    if (!report.empty()) fail(report);
+    fail(ended ? "loading it ends the process" : "loading it does not end");
 }
 
 }  // namespace browser

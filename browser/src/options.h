@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "embedder/options.h"
+#include "src/console.h"
+#include "src/dialogs.h"
 
 namespace browser {
 
@@ -16,8 +18,17 @@ struct Options {
     std::vector<std::string> targets;  ///< at least one: a URL, or the folder of an application
     embedder::Options common;
     std::filesystem::path screenshot;
-    std::optional<double> quitAfter;  ///< seconds
-    std::filesystem::path script;
+    std::optional<double> quitAfter;             ///< seconds
+    std::vector<std::filesystem::path> scripts;  ///< "-" for standard input
+    bool stay = false;                           ///< also after the scripts
+    std::optional<double> timeout;               ///< seconds; by default one minute with a script
+    bool strict = false;
+    std::optional<Dialogs> dialogs;
+    Console::Form console = Console::Form::Text;
+    std::filesystem::path messages;  ///< file for messages; "-" for standard output
+    std::filesystem::path profile;   ///< folder of what pages store
+    std::optional<int> devtools;     ///< port of remote debugging; 0 for any
+    int port = 0;      ///< of the server of a folder; 0 for any, behind a name of its own
     int width = 1280;  ///< pixels
     int height = 800;  ///< pixels
 };

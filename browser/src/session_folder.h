@@ -5,9 +5,13 @@
 
 namespace browser {
 
-/// A temporary folder that only this user can enter. Goes, with all it holds, with the object.
+/// A temporary folder that only this user can enter. Goes, with all it holds, with the object, and
+/// when this process ends without a chance to do anything: another process waits for that, and does
+/// nothing else.
 class SessionFolder {
   public:
+    /// Call while there is one thread, and before this process adopts others.
+    ///
     /// @throws std::runtime_error  when no folder can be made.
     SessionFolder();
     ~SessionFolder();
@@ -21,6 +25,7 @@ class SessionFolder {
 
   private:
     std::filesystem::path m_path;
+    int m_sweeper = -1;  ///< a socket; the sweeper has the other end
 };
 
 }  // namespace browser

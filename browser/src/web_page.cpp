@@ -1,65 +1,84 @@
 #include "src/web_page.h"
 
-#include <cstdio>
-#include <utility>
+#include <QMetaEnum>
+#include <QWebEngineScriptCollection>
+#include <QWebEngineSettings>
 
 namespace browser {
 namespace {
 
-/// " (demo.js:12)", or nothing when the engine does not know.
-QString location(const QString& source, int line) {
-    if (source.isEmpty()) return {};
-    const QString name = QUrl(source).fileName();
-    return QStringLiteral(" (%1:%2)").arg(name.isEmpty() ? source : name).arg(line);
+/// Ends in the engine's words for all pages: nothing else tells this question from a confirm().
+bool isAboutLeaving(const QString& message) {
+    return message.startsWith(QLatin1String("Are you sure you want to leave this page?"));
 }
 
-/// The place of the application that a page belongs to, empty for none: of several folders around
-/// the page the innermost, which has the longest path.
-QUrl placeOf(const QUrl& page, const std::vector<QUrl>& places) {
-    QUrl innermost;
-    for (const QUrl& place : places) {
-        if (place.isParentOf(page.adjusted(QUrl::NormalizePathSegments)) &&
-            place.path().size() > innermost.path().size()) {
-            innermost = place;
-        }
-    }
-    return innermost;
-}
+QString quoted(const QString& text) { return QLatin1Char('"') + text + QLatin1Char('"'); }
 
 }  // namespace
 
-WebPage::WebPage(QWebEngineProfile* profile, std::vector<QUrl> places)
-    : QWebEnginePage(profile), m_places(std::move(places)) {}
-
-// To the engine all local pages are of one origin: one that shows another application's page in a
-// frame could reach into it, and use the plug-in there with that application's privileges.
-bool WebPage::acceptNavigationRequest(const QUrl& target, NavigationType type, bool isMainFrame) {
-    const QUrl place = target.isLocalFile() ? placeOf(target, m_places) : QUrl();
-    if (isMainFrame || place.isEmpty() || place == placeOf(url(), m_places)) {
-        return QWebEnginePage::acceptNavigationRequest(target, type, isMainFrame);
-    }
-    printLine(QStringLiteral("console.error: a page of another application cannot be shown in a "
-                             "frame: ") +
-              target.toDisplayString());
-    return false;
-}
-
-void printLine(const QString& text) {
-    const QByteArray bytes = text.toUtf8() + '\n';
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stdout);
-    std::fflush(stdout);
+WebPage::WebPage(const PageSetting& setting) : QWebEnginePage(setting.profile), m_setting(setting) {
+    settings()->setAttribute(QWebEngineSettings::PluginsEnabled, true);
+    // A page that fails to load is told on stderr; the engine's own page would count as loaded.
+    settings()->setAttribute(QWebEngineSettings::ErrorPageEnabled, false);
+    if (m_setting.hasPrelude) scripts().insert(m_setting.console->prelude());
+    connect(this, &QWebEnginePage::featurePermissionRequested, this, &WebPage::onPermissionAsked);
 }
 
 void WebPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level, const QString& message,
                                        int line, const QString& source) {
-    switch (level) {
-        case InfoMessageLevel:
-            return printLine(QStringLiteral("console.log: ") + message);
-        case WarningMessageLevel:
-            return printLine(QStringLiteral("console.warn: ") + message);
-        case ErrorMessageLevel:
-            return printLine(QStringLiteral("console.error: ") + message + location(source, line));
-    }
+    m_setting.console->onMessage(level, message, line, source);
 }
+
+void WebPage::tell(const QString& question, const QString& answer) const {
+    m_setting.console->add(QStringLiteral("dialog"), question + QStringLiteral(" -> ") + answer);
+}
+
+void WebPage::javaScriptAlert(const QUrl& origin, const QString& message) {
+    if (!answersItself()) return QWebEnginePage::javaScriptAlert(origin, message);
+    tell(QStringLiteral("alert ") + quoted(message), QStringLiteral("closed"));
+}
+
+bool WebPage::javaScriptConfirm(const QUrl& origin, const QString& message) {
+    if (!answersItself()) return QWebEnginePage::javaScriptConfirm(origin, message);
+    if (isAboutLeaving(message)) {
+        tell(QStringLiteral("beforeunload"),
+             accepts() ? QStringLiteral("left") : QStringLiteral("stayed"));
+    } else {
+        tell(QStringLiteral("confirm ") + quoted(message),
+             accepts() ? QStringLiteral("accepted") : QStringLiteral("dismissed"));
+    }
+    return accepts();
+}
+
+bool WebPage::javaScriptPrompt(const QUrl& origin, const QString& message, const QString& proposal,
+                               QString* answer) {
+    if (!answersItself()) {
+        return QWebEnginePage::javaScriptPrompt(origin, message, proposal, answer);
+    }
+    *answer = proposal;
+    tell(QStringLiteral("prompt ") + quoted(message),
+         accepts() ? QStringLiteral("accepted with ") + quoted(proposal)
+                   : QStringLiteral("dismissed"));
+    return accepts();
+}
+
+QStringList WebPage::chooseFiles(FileSelectionMode mode, const QStringList& before,
+                                 const QStringList& types) {
+    if (!answersItself()) return QWebEnginePage::chooseFiles(mode, before, types);
+    tell(QStringLiteral("choice of a file"), QStringLiteral("none"));
+    return {};
+}
+
+void WebPage::onPermissionAsked(const QUrl& origin, Feature feature) {
+    const QString name =
+        QString::fromLatin1(QMetaEnum::fromType<Feature>().valueToKey(static_cast<int>(feature)));
+    // Also with a person: a tool for an application that one knows need not ask.
+    tell(QStringLiteral("permission ") + name,
+         accepts() ? QStringLiteral("granted") : QStringLiteral("denied"));
+    setFeaturePermission(origin, feature,
+                         accepts() ? PermissionGrantedByUser : PermissionDeniedByUser);
+}
+
+QWebEnginePage* WebPage::createWindow(WebWindowType) { return m_setting.openWindow(); }
 
 }  // namespace browser

@@ -1,41 +1,52 @@
 #ifndef BROWSER_WINDOW_H_
 #define BROWSER_WINDOW_H_
 
-#include <QWebEngineProfile>
+#include <QShortcut>
 #include <QWebEngineView>
 #include <functional>
-#include <vector>
+#include <memory>
 
-#include "src/application.h"
 #include "src/web_page.h"
 
 namespace browser {
 
-/// An application in a window of its own. The thread of the event loop.
+/// A window with a page in it. The thread of the event loop.
 class Window {
   public:
-    /// @param profile    must outlive the window.
-    /// @param places     of all applications.
-    /// @param onLoaded   told once, when the first page has come or has failed to.
-    /// @param onPageEnd  told, in one line, when the page's process has ended.
-    Window(QWebEngineProfile* profile, const Application& application, std::vector<QUrl> places,
-           QSize size, std::function<void(bool succeeded)> onLoaded,
-           std::function<void(const QString& line)> onPageEnd);
+    /// Who is told what; may be empty.
+    struct Observer {
+        std::function<void(bool succeeded)> onLoaded;           ///< of the first page alone
+        std::function<void(const QString& line)> onProcessEnd;  ///< of the page's process
+        std::function<void()> onClosed;                         ///< by its page or a person
+    };
+
+    /// @param name  stands for the title of a page that has none.
+    Window(const PageSetting& setting, const QString& name, QSize size, Observer observer);
+    ~Window();
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    /// Shows the window and begins to load the page.
-    void start();
+    /// Shows the window. @param start  what to load; empty when the page knows.
+    void show(const QUrl& start);
 
+    bool isClosed() const { return m_isClosed; }
     WebPage& page() { return m_page; }
-    QWebEngineView& view() { return m_view; }
+    QWebEngineView& view();
 
   private:
-    const QUrl m_start;
+    class View;
+
+    void addKeys();
+    void showInspector();
+    void toggleInspector();
+
+    Observer m_observer;
     bool m_loaded = false;
-    // In this order, so that the view goes before its page.
+    bool m_isClosed = false;
+    // In this order, so that the views go before the page.
     WebPage m_page;
-    QWebEngineView m_view;
+    std::unique_ptr<View> m_view;
+    std::unique_ptr<QWebEngineView> m_inspector;
 };
 
 }  // namespace browser

@@ -4,11 +4,14 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/random.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <fstream>
+#include <optional>
 #include <stdexcept>
 
 namespace browser {
@@ -18,7 +21,8 @@ constexpr int kLongestStart = 20000;  // milliseconds
 constexpr int kNotFound = 127;        // as a shell reports it
 
 /// Runs in the child. Xvfb writes the number of the display it has chosen to `report`.
-[[noreturn]] void becomeXvfb(pid_t parent, int report, const std::string& screen) {
+[[noreturn]] void becomeXvfb(pid_t parent, int report, const std::string& screen,
+                             const std::string& authority) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != parent) _exit(1);  // it ended before the line above
     // Out of the terminal's reach: Ctrl-C must end the browser before its display goes.
@@ -28,19 +32,42 @@ constexpr int kNotFound = 127;        // as a shell reports it
     const int kept = dup(report);  // without close-on-exec
     const std::string fd = std::to_string(kept);
     execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten",
-           "tcp", static_cast<char*>(nullptr));
+           "tcp", "-auth", authority.c_str(), static_cast<char*>(nullptr));
     _exit(kNotFound);
 }
 
-/// The number, which a line end follows. Empty when the other end is closed first, or too slow.
-std::string readNumber(int fd) {
+void appendField(std::string& out, const std::string& field) {
+    out += static_cast<char>(field.size() >> 8);
+    out += static_cast<char>(field.size() & 0xff);
+    out += field;
+}
+
+/// Writes a key for any display, in the form that the X library reads.
+void writeKey(const std::string& path) {
+    std::string key(16, '\0');
+    if (getrandom(key.data(), key.size(), 0) != static_cast<ssize_t>(key.size())) {
+        throw std::runtime_error("no random numbers to be had");
+    }
+    std::string entry = "\xff\xff";  // any address
+    for (const std::string& field :
+         {std::string(), std::string(), std::string("MIT-MAGIC-COOKIE-1"), key}) {
+        appendField(entry, field);
+    }
+    std::ofstream file(path, std::ios::binary);
+    if (!(file << entry << std::flush)) throw std::runtime_error(path + " cannot be written");
+}
+
+/// The number, which a line end follows. Empty when the other end is closed first; nothing when that
+/// is too slow.
+std::optional<std::string> readNumber(int fd) {
     std::string number;
     pollfd readable{fd, POLLIN, 0};
     for (;;) {
         const int ready = poll(&readable, 1, kLongestStart);
         if (ready < 0 && errno == EINTR) continue;  // a signal to end is heeded by the event loop
         char digit = 0;
-        if (ready != 1 || read(fd, &digit, 1) != 1) return {};
+        if (ready != 1) return std::nullopt;
+        if (read(fd, &digit, 1) != 1) return std::string();
         if (digit == '\n') return number;
         number += digit;
     }
@@ -48,22 +75,25 @@ std::string readNumber(int fd) {
 
 }  // namespace
 
-Xvfb::Xvfb(int width, int height) {
+Xvfb::Xvfb(int width, int height, const std::filesystem::path& folder)
+    : m_authority((folder / "xauthority").string()) {
+    writeKey(m_authority);
     const std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
     std::array<int, 2> ends;
     if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe to be had");
     const pid_t parent = getpid();
     m_pid = fork();
-    if (m_pid == 0) becomeXvfb(parent, ends[1], screen);
+    if (m_pid == 0) becomeXvfb(parent, ends[1], screen, m_authority);
     close(ends[1]);
-    const std::string number = m_pid < 0 ? std::string() : readNumber(ends[0]);
+    const auto number = m_pid < 0 ? std::nullopt : readNumber(ends[0]);
     close(ends[0]);
-    if (!number.empty()) {
-        m_display = ":" + number;
+    if (number && !number->empty()) {
+        m_display = ":" + *number;
         return;
     }
+    // It closes its end when it ends, maybe a moment before that.
     int status = 0;
-    const bool ended = m_pid > 0 && waitpid(m_pid, &status, WNOHANG) == m_pid;
+    const bool ended = number && waitpid(m_pid, &status, 0) == m_pid;
     if (!ended) end();
     if (ended && WIFEXITED(status) && WEXITSTATUS(status) == kNotFound) {
         throw std::runtime_error(

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <filesystem>
 #include <string>
 
 namespace browser {
@@ -16,19 +17,23 @@ class Xvfb {
     ///
     /// @param width,height  of the screen, in pixels.
     /// @throws std::runtime_error   when Xvfb is not installed or does not start.
-    Xvfb(int width, int height);
+    /// @param folder        that only this user can enter; gets the key without which nobody else can
+    ///                      use the display.
+    Xvfb(int width, int height, const std::filesystem::path& folder);
     ~Xvfb();
     Xvfb(const Xvfb&) = delete;
     Xvfb& operator=(const Xvfb&) = delete;
 
-    /// As the variable DISPLAY wants it.
+    /// As the variables DISPLAY and XAUTHORITY want it.
     const std::string& display() const { return m_display; }
+    const std::string& authority() const { return m_authority; }
 
   private:
     void end();
 
     pid_t m_pid = -1;
     std::string m_display;
+    std::string m_authority;
 };
 
 }  // namespace browser

@@ -6,6 +6,7 @@
 
 #include "browser_test.h"
 #include "module_path.h"
+#include "page_server.h"
 
 namespace {
 
@@ -108,14 +109,44 @@ TEST_F(TheBrowsersCommandLine, RefusesAPrivilegeThatNobodyKnows) {
 
 TEST_F(TheBrowsersCommandLine, RefusesAManifestForSeveralApplications) {
     const std::string manifest = SSO_TEST_PAGE "/manifest.json";
-    expectRefusal({SSO_TEST_PAGE, SSO_TEST_PAGE "/reloading", "--manifest", manifest},
+    expectRefusal({SSO_TEST_PAGE, SSO_SOURCE_DIR "/web/demo", "--manifest", manifest},
                   "--manifest");
+    expectRefusal({SSO_TEST_PAGE, SSO_SOURCE_DIR "/web/demo", "--port", "4000"}, "--port");
 }
 
 TEST_F(TheBrowsersCommandLine, RefusesTheSameApplicationTwice) {
-    expectRefusal({SSO_TEST_PAGE, SSO_TEST_PAGE "/reloading/.."}, "same application");
+    expectRefusal({SSO_TEST_PAGE, SSO_TEST_PAGE "/../page"}, "same application");
+    const std::string link = m_folder.path("link");
+    std::filesystem::create_directory_symlink(SSO_TEST_PAGE, link);
+    expectRefusal({SSO_TEST_PAGE, link}, "same application");
     expectRefusal({"http://user@localhost:1/a", "http://localhost:1/b?c#d"}, "same application");
-    expectRefusal({"file:///nowhere/a.html", "file:///nowhere/b.html"}, "same application");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAFileAndSaysWhatToGive) {
+    const std::string page = SSO_TEST_PAGE "/index.html";
+    for (const std::string& target : {page, "file://" + page, std::string("file:///nowhere")}) {
+        expectRefusal({target}, target + ": is a file; give the folder of the application");
+    }
+}
+
+TEST_F(TheBrowsersCommandLine, SaysWhenTheSchemeIsMissing) {
+    expectRefusal({"localhost:5173/app"}, "did you mean http://localhost:5173/app?");
+    expectRefusal({"127.0.0.1:5173"}, "did you mean http://127.0.0.1:5173?");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAStartPageOutsideTheFolder) {
+    std::filesystem::create_directory(m_folder.path("app"));
+    m_folder.write("outside.html", "");
+    std::filesystem::create_symlink("../outside.html", m_folder.path("app/link.html"));
+    m_folder.write("app/manifest.json", R"({"name": "x", "start": "link.html"})");
+    expectRefusal({m_folder.path("app")}, "a link that leads out of the folder");
+}
+
+TEST_F(TheBrowsersCommandLine, RefusesAPortThatIsTaken) {
+    const browser::PageServer taken("");
+    const std::string origin = taken.origin();
+    expectRefusal({SSO_TEST_PAGE, "--port", origin.substr(origin.rfind(':') + 1)},
+                  "cannot be used: Address already in use");
 }
 
 TEST_F(TheBrowsersCommandLine, RefusesToGrantToPagesFromNowhere) {

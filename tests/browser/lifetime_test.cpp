@@ -107,8 +107,9 @@ TEST_F(AnEmbedInTheBrowser, ComesBackWhenItsFrameIsReloaded) {
 TEST_F(AnEmbedInTheBrowser, ComesBackWhenItsPageIsReloaded) {
     // The page reloads itself, so there is no script to wait for: the console tells.
     support::ProcessOptions options;
-    const auto result = runBrowser(
-        {SSO_TEST_PAGE "/reloading", "--grant", "partner", "--quit-after", "3"}, options);
+    const auto result = runBrowser({SSO_TEST_PAGE, "--manifest", SSO_TEST_PAGE "/reloading.json",
+                                    "--grant", "partner", "--quit-after", "3"},
+                                   options);
     EXPECT_EQ(result.exitCode, 0) << result.errors;
     Arguments expected;
     for (int load = 1; load <= 5; ++load) {

@@ -1,0 +1,70 @@
+#ifndef BROWSER_PLUGIN_WATCH_H_
+#define BROWSER_PLUGIN_WATCH_H_
+
+#include <QByteArray>
+#include <QSocketNotifier>
+#include <QString>
+#include <QStringList>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <set>
+#include <string>
+
+#include "embedder/message_journal.h"
+
+namespace browser {
+
+/// What the wrapper tells of the plug-in process, see wrapper/events.h: says on stderr why a command
+/// was refused, once for each, and that the process has ended; writes messages; knows which requests
+/// are unanswered. The thread of the event loop.
+class PluginWatch {
+  public:
+    /// @param pipe      a named pipe that is there.
+    /// @param messages  file for messages, as JSON lines; "-" for stdout, empty for none.
+    /// @throws embedder::InputError  when it cannot be written.
+    PluginWatch(std::filesystem::path pipe, const std::filesystem::path& messages);
+    ~PluginWatch();
+    PluginWatch(const PluginWatch&) = delete;
+    PluginWatch& operator=(const PluginWatch&) = delete;
+
+    /// Reads what has been told up to now.
+    void catchUp();
+
+    /// "a request without an answer (sso_plugin_x)" and the like; nothing when all is well.
+    QStringList faults() const;
+
+    /// The commands of requests without an answer.
+    QStringList unanswered() const;
+
+    /// Whether all messages could be written.
+    bool works() const { return m_works; }
+
+  private:
+    void open();
+    void onEvent(const nlohmann::json& event);
+    void onEnd();
+    void writeMessage(const std::string& line);
+
+    const std::filesystem::path m_pipe;
+    std::FILE* m_file = nullptr;
+    bool m_toOutput = false;
+    bool m_works = true;
+    int m_descriptor = -1;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+    bool m_wasWritten = false;  ///< since it was opened
+    QByteArray m_rest;          ///< of a line that is not whole yet
+    embedder::MessageJournal m_journal;
+    std::map<std::uint64_t, embedder::MessageJournal::Call> m_calls;
+    std::set<std::int32_t> m_instances;
+    std::set<std::string> m_told;
+    QString m_ending;  ///< how the process says that it ends
+    int m_deaths = 0;
+};
+
+}  // namespace browser
+
+#endif

@@ -1,0 +1,119 @@
+#include "wrapper/message_spy.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "embedder/message_journal.h"
+#include "ppapi/c/pp_errors.h"
+#include "ppapi/c/ppb_messaging.h"
+#include "wrapper/events.h"
+#include "wrapper/var_text.h"
+
+namespace browser {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kNoPrivilege = 18;
+
+const PPB_Messaging_1_2* browserMessaging = nullptr;
+std::optional<VarText> vars;
+bool writesMessages = false;
+std::optional<embedder::MessageJournal> journal;
+std::atomic<std::uint64_t> lastCall = 0;
+
+std::string shown(const PP_Var& message) { return writesMessages ? vars->json(message) : "null"; }
+
+/// The handler that the plug-in has registered for an instance.
+struct Handler {
+    const PPP_MessageHandler* table;
+    void* data;
+};
+
+/// Whether an answer says that the privilege is missing.
+bool isRefusal(const PP_Var& answer, const char* key) {
+    return vars->number(answer, key) == kNoPrivilege;
+}
+
+void postMessage(PP_Instance instance, PP_Var message) {
+    // Before the page has it: whoever asks after that finds it told.
+    const std::string command = vars->command(message);
+    const std::string asked = journal->answered(instance, shown(message), command);
+    sendEvent(json{kEventAnswered, instance, command});
+    if (isRefusal(message, "status")) sendEvent(json{kEventRefused, asked});
+    browserMessaging->PostMessage(instance, message);
+}
+
+void handleMessage(PP_Instance instance, void* data, const PP_Var* message) {
+    const std::string command = vars->command(*message);
+    journal->posted(instance, shown(*message), command);
+    sendEvent(json{kEventPosted, instance, command});
+    const auto* handler = static_cast<const Handler*>(data);
+    handler->table->HandleMessage(instance, handler->data, message);
+}
+
+void handleBlockingMessage(PP_Instance instance, void* data, const PP_Var* message,
+                           PP_Var* response) {
+    const std::string command = vars->command(*message);
+    const auto call = journal->called(instance, shown(*message), command);
+    const std::uint64_t number = ++lastCall;
+    sendEvent(json{kEventCalled, instance, command, number});
+    const auto* handler = static_cast<const Handler*>(data);
+    handler->table->HandleBlockingMessage(instance, handler->data, message, response);
+    journal->replied(call, shown(*response));
+    sendEvent(json{kEventReplied, number});
+    if (isRefusal(*response, "code")) sendEvent(json{kEventRefused, command});
+}
+
+void destroy(PP_Instance instance, void* data) {
+    const std::unique_ptr<const Handler> handler(static_cast<const Handler*>(data));
+    handler->table->Destroy(instance, handler->data);
+}
+
+constexpr PPP_MessageHandler kSpyingHandler = {handleMessage, handleBlockingMessage, destroy};
+
+int32_t registerMessageHandler(PP_Instance instance, void* data, const PPP_MessageHandler* table,
+                               PP_Resource loop) {
+    if (table == nullptr) {
+        return browserMessaging->RegisterMessageHandler(instance, data, table, loop);
+    }
+    // Freed by destroy(). The browser does not call that when the loop has ended before; what stays
+    // then are these few bytes.
+    auto handler = std::make_unique<Handler>(Handler{table, data});
+    const int32_t result =
+        browserMessaging->RegisterMessageHandler(instance, handler.get(), &kSpyingHandler, loop);
+    if (result == PP_OK) static_cast<void>(handler.release());
+    return result;
+}
+
+void unregisterMessageHandler(PP_Instance instance) {
+    browserMessaging->UnregisterMessageHandler(instance);
+}
+
+constexpr PPB_Messaging_1_2 kSpyingMessaging = {postMessage, registerMessageHandler,
+                                                unregisterMessageHandler};
+
+}  // namespace
+
+void startSpying(PPB_GetInterface getInterface, bool writes) {
+    browserMessaging =
+        static_cast<const PPB_Messaging_1_2*>(getInterface(PPB_MESSAGING_INTERFACE_1_2));
+    vars.emplace(getInterface);
+    writesMessages = writes;
+    journal.emplace([](const std::string& line) {
+        if (writesMessages) sendEvent(json{kEventMessage, line});
+    });
+}
+
+const void* spyingMessaging() { return browserMessaging == nullptr ? nullptr : &kSpyingMessaging; }
+
+void forgetMessages(PP_Instance instance) {
+    journal->forget(instance);
+    sendEvent(json{kEventGone, instance});
+}
+
+}  // namespace browser

@@ -1,0 +1,241 @@
+// What is left of a browser that was ended, and what others can get at while it runs.
+
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "browser_test.h"
+#include "module_path.h"
+#include "process_figures.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class ABrowserOfItsOwn : public browser::BrowserTest {
+  protected:
+    /// What lies in a folder. Names only.
+    static std::vector<std::string> namesIn(const fs::path& folder) {
+        std::vector<std::string> names;
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(folder, error)) {
+            names.push_back(entry.path().filename());
+        }
+        return names;
+    }
+
+    /// Processes whose environment has a text: all that a browser starts inherit it.
+    static std::vector<std::string> processesWith(const std::string& text) {
+        std::vector<std::string> found;
+        for (const std::string& name : namesIn("/proc")) {
+            if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+            std::ifstream file("/proc/" + name + "/environ");
+            const std::string variables{std::istreambuf_iterator<char>(file), {}};
+            if (variables.find(text) == std::string::npos) continue;
+            std::ifstream command("/proc/" + name + "/cmdline");
+            std::string line;
+            std::getline(command, line, '\0');
+            if (!line.empty()) found.push_back(name + " " + line);
+        }
+        return found;
+    }
+
+    /// Whether a local X server takes connections; what it answers is left to `socket`.
+    static bool connects(int socket, const std::string& display) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        const std::string path = "/tmp/.X11-unix/" + display;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        return connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+
+    /// Sockets of X servers that are gone.
+    static std::vector<std::string> deadDisplays() {
+        std::vector<std::string> dead;
+        for (const std::string& name : namesIn("/tmp/.X11-unix")) {
+            const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            if (!connects(client, name) && errno == ECONNREFUSED) dead.push_back(name);
+            close(client);
+        }
+        return dead;
+    }
+
+    /// "X5": the display of an Xvfb below a process, empty for none.
+    static std::string displayBelow(pid_t browser) {
+        std::set<std::string> inodes;
+        for (const pid_t process : browser::descendantsOf(browser)) {
+            const fs::path files = "/proc/" + std::to_string(process) + "/fd";
+            for (const std::string& file : namesIn(files)) {
+                std::error_code error;
+                inodes.insert(fs::read_symlink(files / file, error));
+            }
+        }
+        std::ifstream sockets("/proc/net/unix");
+        for (std::string line; std::getline(sockets, line);) {
+            std::istringstream words(line);
+            std::vector<std::string> word(std::istream_iterator<std::string>(words), {});
+            constexpr char kFolder[] = "/tmp/.X11-unix/";
+            // Listening, under a name, and one of theirs: Num RefCount Protocol Flags Type St Inode Path.
+            if (word.size() == 8 && word[5] == "01" && word[7].rfind(kFolder, 0) == 0 &&
+                inodes.count("socket:[" + word[6] + "]") > 0) {
+                return word[7].substr(sizeof kFolder - 1);
+            }
+        }
+        return {};
+    }
+};
+
+// SSO_TEST_ENDS says how often; each takes as long as a start.
+TEST_F(ABrowserOfItsOwn, LeavesNothingBehindHoweverItEnds) {
+    const char* wanted = std::getenv("SSO_TEST_ENDS");
+    const int ends = wanted == nullptr ? 12 : std::atoi(wanted);
+    const std::string temporary = m_folder.path("tmp");
+    fs::create_directory(temporary);
+    const std::vector<std::string> before = deadDisplays();
+    std::mt19937 random(20210407);
+    std::uniform_int_distribution<int> moment(0, 1200);
+    for (int i = 0; i < ends; ++i) {
+        const int signals[] = {SIGINT, SIGTERM, SIGKILL};
+        const int signal = signals[i % 3];
+        const auto delay = std::chrono::milliseconds(moment(random));
+        const pid_t browser = fork();
+        if (browser == 0) {
+            setenv("DISPLAY", "", 1);
+            setenv("WAYLAND_DISPLAY", "", 1);
+            setenv("TMPDIR", temporary.c_str(), 1);
+            const std::string program = support::builtPath("bin/sso-browser");
+            execl(program.c_str(), "sso-browser", "--module", support::modulePath().c_str(),
+                  SSO_TEST_PAGE, static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        std::this_thread::sleep_for(delay);
+        kill(browser, signal);
+        int status = 0;
+        ASSERT_EQ(waitpid(browser, &status, 0), browser);
+        const int end = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+        ASSERT_EQ(end, 128 + signal) << "after " << delay.count() << " ms";
+    }
+    // Those that were killed are tidied up by others, soon.
+    for (int i = 0; i < 200; ++i) {
+        if (namesIn(temporary).empty() && processesWith("TMPDIR=" + temporary).empty() &&
+            deadDisplays() == before) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    EXPECT_THAT(namesIn(temporary), IsEmpty());
+    EXPECT_THAT(processesWith("TMPDIR=" + temporary), IsEmpty());
+    EXPECT_THAT(deadDisplays(), ::testing::IsSubsetOf(before));
+}
+
+TEST_F(ABrowserOfItsOwn, HasADisplayThatNobodyElseCanUse) {
+    std::string answer;
+    support::ProcessOptions options;
+    options.onOutput = [&](pid_t browser, const std::string&) {
+        const std::string display = displayBelow(browser);
+        const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        ASSERT_TRUE(connects(client, display)) << display;
+        // How a program greets an X server: little-endian, version 11.0, without a key.
+        const std::string greeting("l\0\x0b\0\0\0\0\0\0\0\0\0", 12);
+        ASSERT_EQ(write(client, greeting.data(), greeting.size()), 12);
+        char first = 0;
+        ASSERT_EQ(read(client, &first, 1), 1);
+        answer = first == 1 ? "welcome" : "refused";
+        close(client);
+    };
+    const auto result = runBrowser(
+        {SSO_TEST_PAGE, "--run-script", m_folder.write("a.js", "console.log(1); return 1;")},
+        options);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(answer, "refused");
+}
+
+TEST_F(ABrowserOfItsOwn, SaysWhenThereIsNoDisplayToBeHad) {
+    support::ProcessOptions options;
+    options.environment = {"PATH=" + m_folder.path("")};
+    for (int i = 0; i < 10; ++i) {
+        const auto result = runBrowser({SSO_TEST_PAGE}, options);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(result.errorLines(),
+                    ElementsAre("sso-browser: there is no display (DISPLAY and WAYLAND_DISPLAY are "
+                                "not set), and no Xvfb to make a virtual one: install xvfb"));
+    }
+}
+
+TEST_F(ABrowserOfItsOwn, RunsBelowAnyFolder) {
+    const fs::path tree = m_folder.path("b\xc3\xa4um, x;");
+    fs::create_directories(tree / "bin");
+    fs::create_directories(tree / "lib");
+    fs::copy(support::builtPath("bin/sso-browser"), tree / "bin");
+    for (const char* name : {"libsso_browser_wrapper.so", "libsso.so", "libsso_api.so",
+                             "libdlog.so", "libvconf.so", "libht.so"}) {
+        for (const std::string& file : namesIn(support::builtPath("lib"))) {
+            if (file.rfind(name, 0) != 0) continue;
+            fs::copy(support::builtPath("lib/" + file), tree / "lib");
+        }
+    }
+    const std::string script = m_folder.write(
+        "a.js", "return new Embedding().call({ command: 'sso_plugin_getVersion' }).value;");
+    support::ProcessOptions options;
+    options.environment = {"DISPLAY=", "WAYLAND_DISPLAY="};
+    const auto result = support::runProcess(
+        {tree / "bin/sso-browser", SSO_TEST_PAGE, "--grant", "partner", "--run-script", script},
+        options);
+    EXPECT_EQ(result.output, "result: \"1.1\"\n") << result.errors;
+}
+
+TEST_F(ABrowserOfItsOwn, GetsByWithLittleSharedMemory) {
+    const std::string script = m_folder.write("a.js", "return document.title;");
+    const std::string inside =
+        "mount -t tmpfs -o size=4m tmpfs /dev/shm || { echo no mount; exit 77; }; exec \"$@\"";
+    support::ProcessOptions options;
+    options.environment = {"DISPLAY=", "WAYLAND_DISPLAY="};
+    const auto result =
+        support::runProcess({"/usr/bin/unshare", "--mount", "/bin/sh", "-c", inside, "sh",
+                             support::builtPath("bin/sso-browser"), "--module",
+                             support::modulePath(), SSO_TEST_PAGE, "--run-script", script},
+                            options);
+    if (result.exitCode == 77 || result.errors.find("unshare") != std::string::npos) {
+        GTEST_SKIP() << "this system lets nobody make a small /dev/shm: " << result.errors;
+    }
+    EXPECT_EQ(result.output, "result: \"Browser tests\"\n") << result.errors;
+}
+
+/// The path of a module that was made of a few lines.
+class AnOddModule : public ABrowserOfItsOwn {
+  protected:
+    void expectRefusal(const std::string& module, const std::string& why) {
+        const auto result = support::runProcess(
+            {support::builtPath("bin/sso-browser"), SSO_TEST_PAGE, "--module", module});
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.errorLines(), ElementsAre("sso-browser: the plug-in " + module +
+                                                     " cannot be loaded: " + why));
+    }
+};
+
+TEST_F(AnOddModule, IsToldForWhatItDoes) {
+    expectRefusal(support::builtPath("lib/exiting_module.so"), "loading it ends the process");
+    expectRefusal(support::builtPath("lib/hanging_module.so"), "loading it does not end");
+    const std::string pipe = m_folder.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    expectRefusal(pipe, "it is not a file");
+}
+
+}  // namespace

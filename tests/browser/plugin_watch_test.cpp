@@ -1,0 +1,144 @@
+// What the browser tells of the plug-in: refusals, messages, the end of its process.
+
+#include <signal.h>
+
+#include <fstream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "browser_test.h"
+#include "module_path.h"
+#include "process_figures.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+
+class TheWatchedPlugin : public browser::BrowserTest {
+  protected:
+    support::ProcessResult run(const std::string& script, const Arguments& more = {},
+                               const support::ProcessOptions& options = {}) {
+        Arguments arguments = {SSO_TEST_PAGE, "--grant", "partner", "--run-script",
+                               m_folder.write("script.js", script)};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return runBrowser(arguments, options);
+    }
+};
+
+TEST_F(TheWatchedPlugin, HasEachRefusalExplainedOnce) {
+    const auto result = run(R"js(
+        const plugin = new Embedding();
+        for (let i = 0; i < 2; ++i) {
+            plugin.call({ command: "sso_plugin_getSSOState" });
+            await plugin.ask({ command: "sso_plugin_getversion" });
+        }
+        plugin.call({ command: "sso_plugin_getVersion" });
+    )js");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(
+        result.errorLines(),
+        ElementsAre("sso-browser: sso_plugin_getSSOState was refused: the application lacks "
+                    "the privilege sso.platform; its manifest grants it by \"privileges\": "
+                    "[\"sso.platform\"]",
+                    "sso-browser: \"sso_plugin_getversion\" was refused: the plug-in has no "
+                    "such command; did you mean \"sso_plugin_getVersion\"?"));
+}
+
+TEST_F(TheWatchedPlugin, HasItsMessagesWritten) {
+    const std::string file = m_folder.path("messages.jsonl");
+    const auto result = run(R"js(
+        const plugin = new Embedding();
+        plugin.call({ command: "sso_plugin_getVersion", more: [undefined, NaN, 1.5, null, true] });
+        await plugin.ask({ command: "sso_plugin_show_login_page", data: "\u00e4" });
+        await plugin.ask(new ArrayBuffer(2));
+    )js",
+                            {"--messages", file});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    std::vector<Json> lines;
+    std::set<Json> instances;
+    std::ifstream stream(file);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(Json::parse(line));
+        EXPECT_THAT(lines.back()["time"].get<std::string>(), ::testing::EndsWith("Z"));
+        instances.insert(lines.back()["instance"]);
+        EXPECT_EQ(lines.back().contains("milliseconds"), lines.back().contains("answer"));
+        for (const char* varying : {"time", "instance", "milliseconds"})
+            lines.back().erase(varying);
+    }
+    const std::string version = "sso_plugin_getVersion";
+    const std::string login = "sso_plugin_show_login_page";
+    const Json more = {
+        {{"$type", "undefined"}}, {{"$type", "double"}, {"value", "NaN"}}, 1.5, nullptr, true};
+    ASSERT_THAT(lines, SizeIs(6));
+    EXPECT_THAT(instances, SizeIs(1));
+    EXPECT_EQ(lines[0],
+              (Json{{"path", "blocking"}, {"request", {{"command", version}, {"more", more}}}}));
+    EXPECT_EQ(lines[1]["answer"]["value"], "1.1");
+    EXPECT_EQ(lines[1]["command"], version);
+    EXPECT_EQ(lines[2],
+              (Json{{"path", "async"}, {"request", {{"command", login}, {"data", "\u00e4"}}}}));
+    EXPECT_EQ(lines[3], (Json{{"path", "async"},
+                              {"answer", {{"command", login}, {"status", 0}, {"state", 0}}},
+                              {"command", login}}));
+    EXPECT_EQ(lines[4]["request"], (Json{{"$type", "arraybuffer"}, {"bytes", {0, 0}}}));
+    EXPECT_EQ(lines[5]["answer"]["errorName"], "paramInvaild");
+}
+
+TEST_F(TheWatchedPlugin, IsAskedWhatItOwesWhenItMatters) {
+    const std::string posting = R"js(
+        const plugin = new Embedding();
+        plugin.call({ command: "sso_plugin_getVersion" });
+        setInterval(() => plugin.post({ command: "sso_plugin_show_login_page", data: "x" }), 20);
+        await new Promise(done => setTimeout(done, 50));
+    )js";
+    // A login page is shown for longer than the time between two, so there is always one.
+    const auto strict = run(posting, {"--strict"});
+    EXPECT_EQ(strict.exitCode, 4);
+    EXPECT_THAT(strict.errors, HasSubstr(" without an answer (sso_plugin_show_login_page"));
+    const auto late = run(posting + "await new Promise(() => 0);", {"--timeout", "3"});
+    EXPECT_EQ(late.exitCode, 3);
+    EXPECT_THAT(late.errors, HasSubstr("the end of the script script.js; answers to "
+                                       "sso_plugin_show_login_page"));
+}
+
+TEST_F(TheWatchedPlugin, IsMissedWhenItsProcessEnds) {
+    for (const auto& [number, words] : std::vector<std::pair<int, std::string>>{
+             {SIGSEGV, "signal 11, SIGSEGV"}, {SIGKILL, "killed, or left without a word"}}) {
+        bool killed = false;
+        support::ProcessOptions options;
+        options.onOutput = [&, signal = number](pid_t browser, const std::string& output) {
+            if (killed || output.find("console.log: ready\n") == std::string::npos) return;
+            killed = true;
+            for (const pid_t process : browser::pluginProcessesOf(browser, support::modulePath())) {
+                kill(process, signal);
+            }
+        };
+        const auto result = run(R"js(
+            let plugin = new Embedding();
+            const version = () => plugin.call({ command: "sso_plugin_getVersion" });
+            version();
+            console.log("ready");
+            while (!version().thrown) await new Promise(done => setTimeout(done, 20));
+            plugin.post({ command: "sso_plugin_show_login_page", data: "x" });
+            await new Promise(done => setTimeout(done, 300));
+            const left = plugin.messages.length;
+            plugin.remove();
+            plugin = new Embedding();
+            return [left, version().value];
+        )js",
+                                {"--strict"}, options);
+        EXPECT_EQ(result.exitCode, 4) << result.output;
+        EXPECT_EQ(result.outputLines().back(), "result: [0,\"1.1\"]");
+        EXPECT_THAT(
+            result.errorLines(),
+            ElementsAre("sso-browser: the plug-in's process has ended: " + words +
+                            "; nothing was under way; its elements work again when they have been "
+                            "removed and added",
+                        "sso-browser: --strict: the plug-in's process ended"));
+    }
+}
+
+}  // namespace
