@@ -87,6 +87,7 @@ void inFlight(benchmark::State& state, bench::Module& module) {
 /// 100 messages to each of so many instances as the argument says.
 void manyInstances(benchmark::State& state, bench::Module& module) {
     std::vector<std::unique_ptr<Conversation>> conversations;
+    conversations.reserve(static_cast<std::size_t>(state.range(0)));
     for (int i = 0; i < state.range(0); ++i) {
         conversations.push_back(std::make_unique<Conversation>(module, tokenRequest()));
     }
@@ -129,7 +130,7 @@ void residentOfInstances(benchmark::State& state, bench::Module& module) {
 /// What a million messages leave behind.
 void million(benchmark::State& state, bench::Module& module) {
     constexpr std::size_t kAtOnce = 1000;
-    constexpr std::size_t kMessages = 1000 * 1000;
+    constexpr std::size_t kMessages = 1000000;
     const Conversation conversation(module, tokenRequest());
     for (auto _ : state) {
         for (std::size_t i = 0; i < 10; ++i) conversation.exchange(kAtOnce);

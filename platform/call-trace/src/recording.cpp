@@ -140,13 +140,17 @@ void beginAfresh() {
 }
 
 /// The event that names the calling thread; empty when the trace has it. Threads get their names
-/// late; of several names viewers show the last one.
-std::string newThreadName(const EventSource& source) {
+/// late, so it is asked for with each call that no other encloses; of several names viewers show the last
+/// one.
+std::string newThreadName(const EventSource& source, const Call& call) {
     struct Noted {
         pid_t thread;  // another one after a fork
         std::array<char, 16> name;
     };
     thread_local Noted t_noted{};
+    if (t_noted.thread == source.thread && call.enclosing != nullptr) {
+        return "";
+    }
     std::array<char, 16> name{};
     pthread_getname_np(pthread_self(), name.data(), name.size());
     if (t_noted.thread == source.thread && t_noted.name == name) {
@@ -167,7 +171,7 @@ void record(const Call& call) {
     if (t_source.process == 0) {
         t_source = {getpid(), gettid()};
     }
-    if (!append(t_source, newThreadName(t_source), callEvent(t_source, call))) {
+    if (!append(t_source, newThreadName(t_source, call), callEvent(t_source, call))) {
         Libraries::instance().setEnabled(false);
     }
 }

@@ -4,7 +4,7 @@
 #undef NDEBUG
 #include <array>
 #include <cassert>
-#include <string_view>
+#include <cstring>
 #include <utility>
 
 #include "PluginLog.h"
@@ -54,7 +54,8 @@ bool readText(const pp::VarDictionary& request, const char* key, std::string* te
 template <typename Row, size_t size>
 const Row* findCommand(const Row (&rows)[size], const std::string& command) {
     for (const Row& row : rows) {
-        if (command == row.name) {
+        if (command.size() == row.nameSize &&
+            std::memcmp(command.data(), row.name, row.nameSize) == 0) {
             return &row;
         }
     }
@@ -69,14 +70,15 @@ struct CPluginSSOMessageHandler::Command {
     static constexpr Privilege kPartner = &CPluginSSOMessageHandler::m_bPrivilegePartner;
     static constexpr Privilege kPlatform = &CPluginSSOMessageHandler::m_bPrivilegePlatform;
 
-    std::string_view name;  // its length is known, which tells most names apart
+    const char* name;
+    size_t nameSize;  // tells most names apart
     const char* logFormat;
     int logLine;
     Privilege privilege;  // the one that it needs
 };
 
-/// A text and the format of the detail line that says it.
-#define SSO_LOGGED(text) text, SSO_DETAIL_FORMAT(text)
+/// A name, its size, and the format of the detail line that says it.
+#define SSO_LOGGED(name) name, sizeof(name) - 1, SSO_DETAIL_FORMAT(name)
 
 /// A text that is stored into the call's trace once the client library has been called.
 struct TracePoint {
