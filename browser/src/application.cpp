@@ -54,9 +54,10 @@ Application fromFolder(const fs::path& given, const Options& options) {
     const embedder::ApplicationManifest manifest = embedder::readManifest(path);
     const fs::path folder = fs::canonical(given);
     std::error_code error;
-    if (!fs::is_regular_file(given / manifest.start, error)) {
-        throw InputError(path + ": \"start\" names " + (given / manifest.start).string() +
-                         ", which does not exist");
+    const bool isName = manifest.start.find('\0') == std::string::npos;
+    if (!isName || !fs::is_regular_file(given / manifest.start, error)) {
+        throw InputError(path + ": \"start\" names " + (given / manifest.start.c_str()).string() +
+                         (isName ? ", which does not exist" : " and a NUL, which no name holds"));
     }
     const fs::path start = fs::canonical(given / manifest.start);
     if (start.lexically_relative(folder).begin()->string() == "..") {

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -139,16 +140,21 @@ int run(const browser::Options& options) {
     const QApplication qtApplication(argumentCount, arguments);
     QApplication::setQuitOnLastWindowClosed(false);  // the runner decides how it ends
     const QSocketNotifier notifier(signalPipe, QSocketNotifier::Read);
-    QObject::connect(&notifier, &QSocketNotifier::activated, [signalPipe] {
+    std::optional<int> ended;
+    QObject::connect(&notifier, &QSocketNotifier::activated, [signalPipe, &ended] {
         unsigned char number = 0;
-        if (read(signalPipe, &number, 1) == 1) QCoreApplication::exit(128 + number);
+        if (read(signalPipe, &number, 1) != 1) return;
+        ended = 128 + number;
+        QCoreApplication::exit(*ended);
     });
     const bool isAlone = display || !options.scripts.empty();
     const browser::Dialogs dialogs =
         options.dialogs.value_or(isAlone ? browser::Dialogs::Dismiss : browser::Dialogs::Person);
     browser::PluginWatch plugin(browser::eventPipe(folder), options.messages);
     browser::Runner runner(options, applications, dialogs, std::move(scripts), plugin);
-    runner.start();
+    // What ends the program before its event loop runs would be forgotten.
+    if (ended) return *ended;
+    QTimer::singleShot(0, qApp, [&runner] { runner.start(); });
     return QApplication::exec();
 }
 

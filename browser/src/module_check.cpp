@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "embedder/input_error.h"
@@ -18,6 +19,7 @@ namespace browser {
 namespace {
 
 constexpr int kLongestLoad = 5000;  // milliseconds; load-time code of a module may hang
+constexpr int kLongestEnd = 1000;   // milliseconds
 constexpr char kGood[] = "good";
 
 /// Runs in the child: writes what is wrong, or kGood. Code of the module may end it before.
@@ -36,16 +38,27 @@ constexpr char kGood[] = "good";
     _exit(write(report, problem, std::strlen(problem)) < 0 ? 1 : 0);
 }
 
-/// What the child says; nothing when it says nothing before it ends or the time is over.
-std::string readReport(int fd) {
+/// What the child says; empty when it closes its end, nothing when the time is over.
+std::optional<std::string> readReport(int fd) {
     std::array<char, 512> part;
     pollfd readable{fd, POLLIN, 0};
     int ready = 0;
     while ((ready = poll(&readable, 1, kLongestLoad)) < 0 && errno == EINTR) {
     }
-    if (ready != 1) return {};
+    if (ready != 1) return std::nullopt;
     const ssize_t got = read(fd, part.data(), part.size());
     return got <= 0 ? std::string() : std::string(part.data(), static_cast<std::size_t>(got));
+}
+
+/// Ends the child. @return whether it had ended by itself, which may take it a moment.
+bool collect(pid_t child, bool isEnding) {
+    for (int i = 0; isEnding && i < kLongestEnd; ++i) {
+        if (waitpid(child, nullptr, WNOHANG) == child) return true;
+        usleep(1000);
+    }
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    return false;
 }
 
 }  // namespace
@@ -65,20 +78,16 @@ void checkModule(const std::filesystem::path& path) {
     const pid_t child = fork();
     if (child == 0) loadAndReport(absolute, ends[1]);
     close(ends[1]);
-    const std::string report = child < 0 ? "no process to try it in" : readReport(ends[0]);
-    close(ends[0]);
-    bool ended = false;
-    if (child > 0) {
-        // One that has said nothing has ended, or never will.
-        ended = report.empty() && waitpid(child, nullptr, WNOHANG) == child;
-        if (!ended) {
-            kill(child, SIGKILL);
-            waitpid(child, nullptr, 0);
-        }
+    if (child < 0) {
+        close(ends[0]);
+        fail("no process to try it in");
     }
-    if (report == kGood) return;
-    if (!report.empty()) fail(report);
-    fail(ended ? "loading it ends the process" : "loading it does not end");
+    const std::optional<std::string> report = readReport(ends[0]);
+    close(ends[0]);
+    const bool isSilent = !report || report->empty();
+    const bool ended = collect(child, report && isSilent);
+    if (isSilent) fail(ended ? "loading it ends the process" : "loading it does not end");
+    if (*report != kGood) fail(*report);
 }
 
 }  // namespace browser

@@ -140,6 +140,9 @@ TEST_F(TheBrowsersCommandLine, RefusesAStartPageOutsideTheFolder) {
     std::filesystem::create_symlink("../outside.html", m_folder.path("app/link.html"));
     m_folder.write("app/manifest.json", R"({"name": "x", "start": "link.html"})");
     expectRefusal({m_folder.path("app")}, "a link that leads out of the folder");
+    m_folder.write("app/index.html", "");
+    m_folder.write("app/manifest.json", R"({"name": "x", "start": "index.html\u0000.js"})");
+    expectRefusal({m_folder.path("app")}, "\"start\"");
 }
 
 TEST_F(TheBrowsersCommandLine, RefusesAPortThatIsTaken) {
