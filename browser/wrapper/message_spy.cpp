@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "embedder/commands.h"
 #include "embedder/message_journal.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppb_messaging.h"
@@ -17,8 +18,6 @@ namespace browser {
 namespace {
 
 using nlohmann::json;
-
-constexpr int kNoPrivilege = 18;
 
 const PPB_Messaging_1_2* browserMessaging = nullptr;
 std::optional<VarText> vars;
@@ -36,15 +35,17 @@ struct Handler {
 
 /// Whether an answer says that the privilege is missing.
 bool isRefusal(const PP_Var& answer, const char* key) {
-    return vars->number(answer, key) == kNoPrivilege;
+    return vars->number(answer, key) == embedder::kRefused;
 }
 
 void postMessage(PP_Instance instance, PP_Var message) {
     // Before the page has it: whoever asks after that finds it told.
     const std::string command = vars->command(message);
-    const std::string asked = journal->answered(instance, shown(message), command);
+    const auto asked = journal->answered(instance, shown(message), command);
     sendEvent(json{kEventAnswered, instance, command});
-    if (isRefusal(message, "status")) sendEvent(json{kEventRefused, asked});
+    if (isRefusal(message, "status")) {
+        sendEvent(json{kEventRefused, asked ? asked->command : std::string()});
+    }
     browserMessaging->PostMessage(instance, message);
 }
 

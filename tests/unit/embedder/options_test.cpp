@@ -114,6 +114,12 @@ TEST_F(TheCommonOptions, AreExplained) {
                                 HasSubstr("--log"), HasSubstr("What becomes of a manifest")));
 }
 
+TEST_F(TheCommonOptions, TellTheVersion) {
+    EXPECT_EQ(parse({"--version"}), 0);
+    EXPECT_EQ(m_output, "program " SSO_VERSION "\n");
+    EXPECT_THAT(m_errors, IsEmpty());
+}
+
 TEST_F(TheCommonOptions, TellAMistakeInOneLine) {
     const std::vector<std::vector<const char*>> mistakes = {
         {"--nonsense"}, {"word"}, {"--grant"}, {"--module"}, {"--grant", "partner", "public"}};
