@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "embedder/commands.h"
-#include "embedder/input_error.h"
+#include "embedder/output_file.h"
 #include "src/later.h"
 #include "src/output.h"
 #include "wrapper/events.h"
@@ -20,25 +20,12 @@ namespace {
 
 QString plain(const std::string& text) { return QString::fromStdString(text); }
 
-std::FILE* openFile(const std::filesystem::path& path) {
-    std::error_code error;
-    // A pipe would block until somebody reads it.
-    const auto type = std::filesystem::status(path, error).type();
-    const bool fits = type == std::filesystem::file_type::not_found ||
-                      type == std::filesystem::file_type::regular ||
-                      type == std::filesystem::file_type::character;
-    std::FILE* file = fits ? std::fopen(path.c_str(), "we") : nullptr;
-    if (file == nullptr) {
-        throw embedder::InputError("the messages " + path.string() + " cannot be written");
-    }
-    return file;
-}
-
 }  // namespace
 
 PluginWatch::PluginWatch(std::filesystem::path pipe, const std::filesystem::path& messages)
     : m_pipe(std::move(pipe)), m_toOutput(messages == "-"), m_journal([](const std::string&) {}) {
-    if (!messages.empty() && !m_toOutput) m_file = openFile(messages);
+    if (!messages.empty() && !m_toOutput)
+        m_file = embedder::openOutputFile(messages, "the messages");
     open();
 }
 

@@ -60,7 +60,7 @@ class PluginWatch {
     bool m_wasWritten = false;  ///< since it was opened
     QByteArray m_rest;          ///< of a line that is not whole yet
     embedder::MessageJournal m_journal;
-    std::map<std::uint64_t, embedder::MessageJournal::Call> m_calls;
+    std::map<std::uint64_t, embedder::MessageJournal::Number> m_calls;
     std::set<std::int32_t> m_instances;
     std::set<std::string> m_told;
     QString m_ending;  ///< how the process says that it ends

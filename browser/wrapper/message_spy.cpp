@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "embedder/commands.h"
 #include "embedder/message_journal.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppb_messaging.h"
@@ -19,8 +20,6 @@ namespace browser {
 namespace {
 
 using nlohmann::json;
-
-constexpr int kNoPrivilege = 18;
 
 const PPB_Messaging_1_2* browserMessaging = nullptr;
 std::optional<VarText> vars;
@@ -60,16 +59,18 @@ struct Handler {
 
 /// Whether an answer says that the privilege is missing.
 bool isRefusal(const PP_Var& answer, const char* key) {
-    return vars->number(answer, key) == kNoPrivilege;
+    return vars->number(answer, key) == embedder::kRefused;
 }
 
 void postMessage(PP_Instance instance, PP_Var message) {
     // Before the page has it: whoever asks after that finds it told.
     const std::string command = vars->command(message);
     const int who = numbers.of(instance);
-    const std::string asked = journal->answered(who, shown(message), command);
+    const auto asked = journal->answered(who, shown(message), command);
     sendEvent(json{kEventAnswered, who, command});
-    if (isRefusal(message, "status")) sendEvent(json{kEventRefused, asked});
+    if (isRefusal(message, "status")) {
+        sendEvent(json{kEventRefused, asked ? asked->command : std::string()});
+    }
     browserMessaging->PostMessage(instance, message);
 }
 

@@ -1,4 +1,5 @@
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(SSO_TRIPLET aarch64-linux-gnu)
+set(SSO_EMULATOR qemu-aarch64)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
 include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)

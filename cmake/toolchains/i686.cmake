@@ -1,4 +1,5 @@
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(SSO_TRIPLET i686-linux-gnu)
+set(SSO_EMULATOR qemu-i386)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
 include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)

@@ -29,7 +29,7 @@ std::string milliseconds(MessageJournal::Clock::duration time) {
 }
 
 /// Whether an answer can name the command of this request.
-bool isAnsweredByName(const MessageJournal::Unanswered& request) {
+bool isAnsweredByName(const MessageJournal::Asked& request) {
     const Command* known = findCommand(request.command);
     return !request.command.empty() && (known == nullptr || !known->blocking);
 }
@@ -39,11 +39,12 @@ bool isAnsweredByName(const MessageJournal::Unanswered& request) {
 MessageJournal::MessageJournal(std::function<void(const std::string& line)> write)
     : m_write(std::move(write)) {}
 
-MessageJournal::Call MessageJournal::begin(Instance instance, bool blocking,
-                                           const std::string& message, const std::string& command) {
+MessageJournal::Number MessageJournal::begin(Instance instance, bool blocking,
+                                             const std::string& message,
+                                             const std::string& command) {
     const std::lock_guard lock(m_mutex);
     m_write(lineBegin(instance, blocking) + R"("request":)" + message + "}");
-    m_requests.push_back({++m_last, {instance, blocking, command}, Clock::now()});
+    m_requests.push_back({{++m_last, instance, blocking, command}, Clock::now()});
     return m_last;
 }
 
@@ -72,30 +73,32 @@ MessageJournal::Requests::iterator MessageJournal::requestOf(Instance instance,
     return nameless != m_requests.end() ? nameless : oldest([](auto&) { return true; });
 }
 
-void MessageJournal::posted(Instance instance, const std::string& message,
-                            const std::string& command) {
-    begin(instance, false, message, command);
+MessageJournal::Number MessageJournal::posted(Instance instance, const std::string& message,
+                                              const std::string& command) {
+    return begin(instance, false, message, command);
 }
 
-std::string MessageJournal::answered(Instance instance, const std::string& message,
-                                     const std::string& command) {
+std::optional<MessageJournal::Asked> MessageJournal::answered(Instance instance,
+                                                              const std::string& message,
+                                                              const std::string& command) {
     const std::lock_guard lock(m_mutex);
     const auto request = requestOf(instance, command);
-    std::string asked = request == m_requests.end() ? std::string() : request->about.command;
+    std::optional<Asked> asked;
+    if (request != m_requests.end()) asked = request->about;
     end(instance, message, request, false);
     return asked;
 }
 
-MessageJournal::Call MessageJournal::called(Instance instance, const std::string& message,
-                                            const std::string& command) {
+MessageJournal::Number MessageJournal::called(Instance instance, const std::string& message,
+                                              const std::string& command) {
     return begin(instance, true, message, command);
 }
 
-void MessageJournal::replied(Call call, const std::string& message) {
+void MessageJournal::replied(Number call, const std::string& message) {
     const std::lock_guard lock(m_mutex);
     const auto request =
         std::find_if(m_requests.begin(), m_requests.end(),
-                     [call](const Request& candidate) { return candidate.number == call; });
+                     [call](const Request& candidate) { return candidate.about.number == call; });
     if (request != m_requests.end()) end(request->about.instance, message, request, true);
 }
 
@@ -105,9 +108,9 @@ void MessageJournal::forget(Instance instance) {
         [instance](const Request& request) { return request.about.instance == instance; });
 }
 
-std::vector<MessageJournal::Unanswered> MessageJournal::unanswered() const {
+std::vector<MessageJournal::Asked> MessageJournal::unanswered() const {
     const std::lock_guard lock(m_mutex);
-    std::vector<Unanswered> found;
+    std::vector<Asked> found;
     for (const Request& request : m_requests) found.push_back(request.about);
     return found;
 }

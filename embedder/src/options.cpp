@@ -27,6 +27,8 @@ CommonOptions::CommonOptions(CLI::App& app, const std::string& manifest) {
     app.add_option("--account", m_options.account,
                    "Let this account be on the device; default: none")
         ->type_name("FILE");
+    app.set_version_flag("--version", app.get_name() + " " SSO_VERSION,
+                         "Print the version and exit");
     app.add_flag("--log", m_options.log, "Show the plug-in's log on standard error");
 }
 
@@ -48,8 +50,8 @@ std::optional<int> parseCommandLine(CLI::App& app, int argc, const char* const* 
     try {
         app.parse(argc, argv);
         return std::nullopt;
-    } catch (const CLI::Success& help) {
-        return app.exit(help);
+    } catch (const CLI::Success& told) {
+        return app.exit(told);
     } catch (const CLI::ParseError& error) {
         std::cerr << app.get_name() << ": " << error.what() << "; --help tells more\n";
         return kExitBadInput;

@@ -11,8 +11,9 @@
 
 /// The program's exit codes, beside embedder::kExitBadInput for a run that did not start.
 constexpr int kAllWell = 0;
-constexpr int kLineErrors = 1;
+constexpr int kRunFailed = 1;
 constexpr int kReferenceProblems = 3;
+constexpr int kStrict = 4;
 
 /// What the command line asks for.
 struct CommandLine {
@@ -20,6 +21,9 @@ struct CommandLine {
     /// That the instances run in; nothing: the vendor interface is not offered.
     std::optional<embedder::Application> application;
     std::chrono::milliseconds linger{5000};
+    std::chrono::milliseconds moduleTimeout{30000};
+    std::string messages;  ///< file for them; "-" for standard output, empty for none
+    bool strict = false;
 };
 
 /// Thrown when there is nothing to do but to leave: help was shown, or what is wrong.

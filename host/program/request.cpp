@@ -98,6 +98,37 @@ std::optional<embedder::Application> applicationIn(const Value& line) {
     }
 }
 
+/// A line of a record: of --messages, or of this program's output. Nothing for any other.
+std::optional<Request> parseRecord(const Value& object) {
+    for (const Row& row : kVerbs) {
+        if (object.has(row.name)) return std::nullopt;
+    }
+    Request request;
+    const bool isAsync = object.has("path") && object["path"] == Value("async");
+    const bool isBlocking = object.has("path") && object["path"] == Value("blocking");
+    if (object.has("request") && (isAsync || isBlocking)) {
+        if (!object.has("instance") || !object["instance"].isInt32()) {
+            throw RequestError("\"instance\" of a record must be a whole number");
+        }
+        request.verb = isAsync ? Verb::Post : Verb::Call;
+        request.value = object["request"];
+        request.recordedInstance = object["instance"].asInt32();
+        return request;
+    }
+    if (object.has("answer") && isAsync) {
+        request.verb = Verb::Wait;
+        request.count = 1;
+        return request;
+    }
+    for (const char* event :
+         {"answer", "reply", "message", "embedded", "destroyed", "unregistered", "error"}) {
+        if (!object.has(event)) continue;
+        request.verb = Verb::Nothing;
+        return request;
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 Request parseRequest(const std::string& line) {
@@ -108,6 +139,7 @@ Request parseRequest(const std::string& line) {
         throw RequestError(error.what());
     }
     if (!object.isDictionary()) throw RequestError("not a JSON object");
+    if (const auto record = parseRecord(object)) return *record;
 
     const Row& row = verbOf(object);
     Request request;
@@ -139,6 +171,8 @@ Request parseRequest(const std::string& line) {
             break;
         case Verb::Wait:
             request.count = static_cast<std::size_t>(positiveNumber(argument, row.name));
+            break;
+        case Verb::Nothing:  // no line's own
             break;
     }
     return request;

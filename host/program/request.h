@@ -12,7 +12,7 @@
 
 /// One input line.
 struct Request {
-    enum class Verb { Post, Call, Embed, Destroy, Unregister, Wait };
+    enum class Verb { Post, Call, Embed, Destroy, Unregister, Wait, Nothing };
     Verb verb = Verb::Post;
     host::Value value;            ///< post, call
     host::Attributes attributes;  ///< embed
@@ -20,6 +20,9 @@ struct Request {
     std::optional<embedder::Application> application;
     std::size_t count = 0;                 ///< wait
     std::optional<std::int32_t> instance;  ///< always with destroy and unregister
+    /// post, call: the number that the instance had in the run of which this is a record. That run's
+    /// instances become instances of this one.
+    std::optional<std::int32_t> recordedInstance;
     std::chrono::milliseconds timeout{30000};
 };
 

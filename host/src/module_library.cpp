@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <filesystem>
+
 #include "ppapi/c/pp_errors.h"
 
 namespace host {
@@ -30,6 +32,11 @@ void ModuleLibrary::open(const HostOptions& options) {
         // Without a slash, dlopen would search the system's folders.
         const bool bare = options.modulePath.find('/') == std::string::npos;
         m_name = (bare ? "./" : "") + options.modulePath;
+        // A pipe would block.
+        std::error_code error;
+        const auto type = std::filesystem::status(m_name, error).type();
+        if (type == std::filesystem::file_type::not_found) fail("no such file");
+        if (type != std::filesystem::file_type::regular) fail("it is not a file");
         m_handle = dlopen(m_name.c_str(), RTLD_NOW | RTLD_LOCAL);
         if (m_handle == nullptr) {
             const char* reason = dlerror();

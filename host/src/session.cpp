@@ -1,6 +1,5 @@
 #include "host/session.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "host/browser_interfaces.h"
@@ -42,12 +41,7 @@ Session::Session(HostOptions options, std::optional<embedder::Application> appli
 Session::~Session() { unload(); }
 
 void Session::post(std::optional<std::int32_t> instance, const Value& value) {
-    const std::int32_t number = numberFor(instance);
-    {
-        const std::lock_guard lock(m_mutex);
-        ++m_live.at(number).posted;
-    }
-    m_host->post(idOf(number), value);
+    m_host->post(idOf(numberFor(instance)), value);
 }
 
 void Session::call(std::optional<std::int32_t> instance, const Value& value,
@@ -67,12 +61,15 @@ void Session::call(std::optional<std::int32_t> instance, const Value& value,
     }
 }
 
-void Session::embed(const Attributes& attributes,
-                    const std::optional<embedder::Application>& application) {
+std::int32_t Session::embed(const Attributes& attributes,
+                            const std::optional<embedder::Application>& application) {
     if (application && !m_application) throw RequestError("the vendor interface is not offered");
     const HeldMessages held(*this);
     try {
-        tell(addInstance(attributes, application ? application : m_application), "embedded", true);
+        const std::int32_t number =
+            addInstance(attributes, application ? application : m_application);
+        tell(number, "embedded", true);
+        return number;
     } catch (const EmbedError& error) {
         throw RequestError(error.what());
     }
@@ -108,13 +105,9 @@ void Session::wait(std::size_t count, std::chrono::milliseconds timeout) {
     }
 }
 
-void Session::waitForAnswers(std::chrono::milliseconds timeout) {
+void Session::waitUntil(const std::function<bool()>& isSo, std::chrono::milliseconds timeout) {
     std::unique_lock lock(m_mutex);
-    m_arrival.wait_for(lock, timeout, [&] {
-        return std::all_of(m_live.begin(), m_live.end(), [](const auto& entry) {
-            return entry.second.arrived >= entry.second.posted;
-        });
-    });
+    m_arrival.wait_for(lock, timeout, isSo);
 }
 
 std::vector<std::string> Session::unload() {
@@ -135,8 +128,6 @@ void Session::passMessagesOn() {
     for (const Message& message : m_host->takeMessages()) {
         const std::int32_t number = m_numbers[message.instance];
         m_sink({message.time, number, "message", message.value});
-        const auto live = m_live.find(number);
-        if (live != m_live.end()) ++live->second.arrived;
         ++m_messages;
     }
     m_arrival.notify_all();
@@ -161,7 +152,7 @@ std::int32_t Session::addInstance(const Attributes& attributes,
     }
     const std::lock_guard lock(m_mutex);
     const std::int32_t number = ++m_lastNumber;
-    m_live[number].id = id;
+    m_live[number] = id;
     m_numbers[id] = number;
     return number;
 }
@@ -180,7 +171,7 @@ std::int32_t Session::numberFor(std::optional<std::int32_t> instance) {
 
 PP_Instance Session::idOf(std::int32_t number) {
     const std::lock_guard lock(m_mutex);
-    return m_live.at(number).id;
+    return m_live.at(number);
 }
 
 }  // namespace host

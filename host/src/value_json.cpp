@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/json_mistake.h"
+
 namespace host {
 namespace {
 
@@ -12,10 +14,7 @@ using nlohmann::json;
 
 constexpr const char* kType = "$type";
 
-[[noreturn]] void fail(const std::string& reason) {
-    constexpr std::size_t kMaxReason = 300;  // the parser quotes the text it stopped at, all of it
-    throw JsonError(reason.size() <= kMaxReason ? reason : reason.substr(0, kMaxReason) + "...");
-}
+[[noreturn]] void fail(const std::string& reason) { throw JsonError(reason); }
 
 Value numberValue(double number) {
     const bool isInt32 = number >= std::numeric_limits<std::int32_t>::min() &&
@@ -186,8 +185,6 @@ void write(std::string& out, const Value& value) {
 Value fromJson(const json& root) { return read(root, kMaxValueDepth); }
 
 Value parseJson(std::string_view text) {
-    // The parser takes a NUL for the end of the text.
-    if (text.find('\0') != std::string_view::npos) fail("a NUL byte has no place in JSON");
     const auto onPart = [](int depth, json::parse_event_t, json& parsed) {
         // The parser needs memory per level; a line of brackets is no value. A dictionary may take
         // two levels.
@@ -197,13 +194,16 @@ Value parseJson(std::string_view text) {
         return true;
     };
     try {
-        return fromJson(json::parse(text, onPart));
-    } catch (const json::exception& error) {
-        const std::string what =
-            error.what();  // "[json.exception.parse_error.101] parse error ..."
-        const std::size_t reason = what.find("] ");
-        fail(reason == std::string::npos ? what : what.substr(reason + 2));
+        // The parser takes a NUL for the end of the text.
+        if (text.find('\0') == std::string_view::npos) return fromJson(json::parse(text, onPart));
+    } catch (const json::exception&) {
+        // Told below, in better words.
     }
+    const auto mistake = base::findJsonMistake(text);
+    if (!mistake) fail("is not JSON");
+    fail(mistake->cause + " (" +
+         (mistake->line > 1 ? "line " + std::to_string(mistake->line) + ", " : "") + "column " +
+         std::to_string(mistake->column) + ")");
 }
 
 std::string writeJson(const Value& value) {

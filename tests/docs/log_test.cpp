@@ -124,6 +124,7 @@ support::ProcessResult run(const std::string& account, const std::string& input,
     EXPECT_EQ(result.exitCode, 0) << result.errors;
     const std::size_t time = std::string("11-21 19:30:16.110 ").size();
     for (const std::string& line : result.errorLines()) {
+        if (line.rfind("sso-host: ", 0) == 0) continue;  // explains a refusal
         log->push_back(line.substr(std::min(time, line.size())));
     }
     return result;
@@ -244,7 +245,7 @@ TEST_F(TheLog, NamesARefusedCommandAsItCame) {
     EXPECT_NE(posted.errors.find("command [" + name + "]"), std::string::npos) << posted.errors;
     const support::ProcessResult called =
         run("signed-in", sent(request, contract::Path::Blocking), &log);
-    EXPECT_EQ(called.errors.find("QPP_BASE b"), std::string::npos) << called.errors;
+    EXPECT_EQ(called.errors.find(name), std::string::npos) << called.errors;
 }
 
 }  // namespace

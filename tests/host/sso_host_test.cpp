@@ -2,11 +2,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/value.h"
@@ -50,7 +52,8 @@ ProcessResult runLines(const Words& arguments, const Words& lines) {
     return run(arguments, input);
 }
 
-/// The lines of the output without their time, which each but an error must have.
+/// The lines of the output without their time, which each but an error must have, and without what
+/// they tell of the input.
 std::vector<Value> eventsOf(const ProcessResult& result) {
     static const std::regex time(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)");
     std::vector<Value> events;
@@ -59,6 +62,8 @@ std::vector<Value> eventsOf(const ProcessResult& result) {
         if (event.count("error") == 0) {
             EXPECT_TRUE(std::regex_match(event.at("time").asString(), time)) << line;
             event.erase("time");
+            event.erase("line");
+            event.erase("command");
         }
         events.emplace_back(event);
     }
@@ -245,8 +250,8 @@ TEST(AManifest, ThatIsBadIsToldInOneLine) {
 
 TEST(TheLog, IsShownOnRequest) {
     const std::string call = R"({"call":{"command":"sso_plugin_getVersion"}})";
-    EXPECT_THAT(runLines({}, {call}).errors, IsEmpty());
-    const ProcessResult result = runLines({"--log"}, {call});
+    EXPECT_THAT(runLines({"--grant", "partner"}, {call}).errors, IsEmpty());
+    const ProcessResult result = runLines({"--grant", "partner", "--log"}, {call});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, HasSubstr("CPluginSSO("));
     EXPECT_THAT(result.outputLines(), SizeIs(1));
@@ -285,9 +290,28 @@ TEST(APost, WithoutAnAnswerIsNotWaitedForBeyondTheLinger) {
     Words arguments = module("stuck_module");
     arguments.insert(arguments.end(), {"--linger", "0"});
     const ProcessResult result = runLines(arguments, {R"({"post":1})"});
-    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.exitCode, 1);
     EXPECT_FALSE(result.timedOut);
-    EXPECT_THAT(result.output, IsEmpty());
+    EXPECT_THAT(result.outputLines(),
+                ElementsAre(R"({"error":{"line":1,"reason":"the post has no answer at the end of )"
+                            R"(the run"}})"));
+}
+
+TEST(APost, WithoutAnAnswerIsToldWithItsCommand) {
+    Words arguments = module("stuck_module");
+    arguments.insert(arguments.end(), {"--linger", "0.01"});
+    const ProcessResult result =
+        runLines(arguments, {R"({"post":{"command":"first"}})", "", R"({"embed":true})",
+                             R"({"post":{"command":"gone"},"instance":2})", R"({"destroy":2})",
+                             R"({"post":{"command":"second"}})"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(event(2, "embedded", true), event(2, "destroyed", true),
+                            IsError(1, "the post has no answer at the end of the run"),
+                            IsError(6, "the post has no answer at the end of the run")));
+    const Words lines = result.outputLines();
+    EXPECT_THAT(lines.at(2), HasSubstr(R"("command":"first")"));
+    EXPECT_THAT(lines.at(3), HasSubstr(R"("command":"second")"));
 }
 
 TEST(AWait, TakesTheMessagesThatCameSinceTheLastOne) {
@@ -350,9 +374,12 @@ TEST(ALine, ThatIsNoRequestIsToldByNumberAndTheRunGoesOn) {
         std::string reason;
     };
     const std::vector<Row> rows = {
-        {"nonsense", "parse error"},
-        {"{\"call\":1", "parse error"},
-        {"{\"call\":1}}", "parse error"},
+        {"nonsense", "is not JSON: its only words are true, false and null (column 1)"},
+        {"{\"call\":1", "is not JSON: it ends too early (column 10)"},
+        {"{\"call\":1}}", "is not JSON: more follows behind its end (column 11)"},
+        {"{\"call\":1,}", "is not JSON: a comma is too many (column 10)"},
+        {"{\"call\":1 \"instance\":1}", "is not JSON: a comma is missing (column 11)"},
+        {"{\"call\":1} // why", "is not JSON: it has no comments (column 12)"},
         {"[]", "not a JSON object"},
         {"1", "not a JSON object"},
         {"null", "not a JSON object"},
@@ -406,11 +433,13 @@ TEST(ALine, ThatIsNoRequestIsToldByNumberAndTheRunGoesOn) {
     EXPECT_EQ(events.back(), reply(1, "still here"));
 }
 
-TEST(ALine, MayBeBlank) {
-    const ProcessResult result =
-        run(module("echo_module"), "\n  \t\n\r\n{\"call\":1}\r\n\n\nbad\n\n");
+TEST(ALine, MayBeBlankOrAComment) {
+    const ProcessResult result = run(module("echo_module"),
+                                     "\n  \t\n\r\n{\"call\":1}\r\n\n  # {\"call\":2}\n"
+                                     "// {\"call\":3}\n/\nbad\n\n");
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_THAT(eventsOf(result), ElementsAre(reply(1, 1), IsError(7, "parse error")));
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(reply(1, 1), IsError(8, "is not JSON"), IsError(9, "is not JSON")));
 }
 
 TEST(ALine, NeedsNoEndAtTheEndOfTheInput) {
@@ -427,7 +456,7 @@ TEST(ALine, MayBeHuge) {
     const std::vector<Value> events = eventsOf(result);
     ASSERT_THAT(events, SizeIs(3));
     EXPECT_TRUE(events[0] == reply(1, text)) << "the text is not what was sent";
-    EXPECT_THAT(events[1], IsError(2, "parse error"));
+    EXPECT_THAT(events[1], IsError(2, "is not JSON"));
     EXPECT_LT(host::writeJson(events[1]).size(), 1000U);
     EXPECT_EQ(events[2], reply(1, "next"));
 }
@@ -437,7 +466,7 @@ TEST(ALine, WithInvalidUtf8IsToldInValidUtf8) {
         run(module("echo_module"), "{\"call\":\"\xff\"}\n\xed\xa0\x80\n{\"call\":\"\xc3\xa4\"}\n");
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(eventsOf(result),
-                ElementsAre(IsError(1, "UTF-8"), IsError(2, "parse error"), reply(1, "\xc3\xa4")));
+                ElementsAre(IsError(1, "UTF-8"), IsError(2, "is not JSON"), reply(1, "\xc3\xa4")));
 }
 
 TEST(ALine, WithANulByteIsNotCutThere) {
@@ -467,7 +496,7 @@ TEST(ALine, MayNestAsDeepAsTheHostAllowsAndNoDeeper) {
     for (int line : {2, 3, 4}) {
         EXPECT_THAT(events[static_cast<std::size_t>(line) - 1], IsError(line, "nested deeper"));
     }
-    EXPECT_THAT(events[4], IsError(5, "parse error"));
+    EXPECT_THAT(events[4], IsError(5, "is not JSON"));
     EXPECT_EQ(events[5], reply(1, "next"));
 }
 
@@ -529,7 +558,7 @@ TEST(AModule, ThatBreaksTheRulesForReferencesIsToldAtTheEnd) {
     const ProcessResult both = runLines(arguments, {rows[0].line, "nonsense", R"({"call":0})"});
     EXPECT_EQ(both.exitCode, 3) << "that outweighs a line's error";
     const ProcessResult good = runLines(arguments, {R"({"post":"nothing"})", R"({"call":0})"});
-    EXPECT_EQ(good.exitCode, 0) << "the same module when it behaves";
+    EXPECT_EQ(good.exitCode, 1) << "the same module when it behaves, and does not answer";
     EXPECT_THAT(good.errors, IsEmpty());
 }
 
@@ -538,9 +567,212 @@ TEST(TheConsole, IsToldOnStandardError) {
     arguments.insert(arguments.end(), {"--linger", "0"});
     const ProcessResult result =
         runLines(arguments, {R"({"post":1})", R"({"embed":true})", R"({"destroy":2})"});
+    EXPECT_EQ(result.exitCode, 1) << "nothing answers the post";
+    EXPECT_THAT(result.errorLines(), ElementsAre(AllOf(StartsWith("sso-host: console: "),
+                                                       HasSubstr("PPP_Messaging;1.0"))));
+}
+
+/// A line of output without its time and how long an answer took.
+std::string withoutTimes(const std::string& line) {
+    static const std::regex time(R"x("time":"[^"]*",)x");
+    static const std::regex taken(R"x(,"milliseconds":[0-9.]+)x");
+    return std::regex_replace(std::regex_replace(line, time, ""), taken, "");
+}
+
+Words linesWithoutTimes(const std::string& text) {
+    ProcessResult result;
+    result.output = text;
+    Words lines;
+    for (const std::string& line : result.outputLines()) lines.push_back(withoutTimes(line));
+    return lines;
+}
+
+TEST(AnEvent, NamesTheLineAndTheCommandThatItBelongsTo) {
+    const ProcessResult result =
+        runLines(module("echo_module"),
+                 {"# a comment", R"({"call":{"command":"one"}})", R"({"post":{"command":"two"}})",
+                  R"({"wait":1})", R"({"embed":true})", R"({"post":[],"instance":2})",
+                  R"({"wait":1})", R"({"unregister":2})", R"({"destroy":2})",
+                  R"({"call":{"command":"three"},"instance":2})"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(
+        linesWithoutTimes(result.output),
+        ElementsAre(
+            R"({"instance":1,"line":2,"command":"one","reply":{"command":"one"}})",
+            R"({"instance":1,"line":3,"command":"two","message":{"command":"two"}})",
+            R"({"instance":2,"line":5,"embedded":true})", R"({"instance":2,"line":6,"message":[]})",
+            R"({"instance":2,"line":8,"unregistered":true})",
+            R"({"instance":2,"line":9,"destroyed":true})",
+            R"({"error":{"command":"three","line":10,"reason":"there is no instance 2"}})"));
+}
+
+TEST(AnEvent, ThatAnswersNothingNamesNoLine) {
+    const ProcessResult result = runLines(module("greeting_module"), {R"({"embed":true})"});
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.errorLines(),
-                ElementsAre(AllOf(StartsWith("console: "), HasSubstr("PPP_Messaging;1.0"))));
+    EXPECT_THAT(linesWithoutTimes(result.output),
+                ElementsAre(R"({"instance":1,"message":"hello"})",
+                            R"({"instance":2,"line":1,"embedded":true})",
+                            R"({"instance":2,"message":"hello"})"));
+}
+
+TEST(ARefusal, IsExplainedOnceForEachCommandAndFailsAStrictRun) {
+    const Words lines = {R"({"call":{"command":"sso_plugin_getVersion"}})",
+                         R"({"call":{"command":"sso_plugin_getVersion"}})",
+                         R"({"post":{"command":"sso_plugin_showTermPage"}})"};
+    const std::string version =
+        "sso-host: sso_plugin_getVersion was refused: the application lacks the privilege "
+        "sso.partner; its manifest grants it by \"privileges\": [\"sso.partner\"]";
+    const std::string misspelt =
+        "sso-host: \"sso_plugin_showTermPage\" was refused: the plug-in has no such command; did "
+        "you mean \"sso_plugin_showTermsPage\"?";
+    const ProcessResult lenient = runLines({}, lines);
+    EXPECT_EQ(lenient.exitCode, 0);
+    EXPECT_THAT(lenient.errorLines(), ElementsAre(version, misspelt));
+
+    const ProcessResult strict = runLines({"--strict"}, lines);
+    EXPECT_EQ(strict.exitCode, 4);
+    EXPECT_THAT(strict.errorLines(),
+                ElementsAre(version, misspelt, "sso-host: --strict: 3 requests were refused"));
+    EXPECT_THAT(runLines({"--strict"}, {lines[0]}).errorLines(),
+                ElementsAre(version, "sso-host: --strict: 1 request was refused"));
+
+    const ProcessResult granted = runLines({"--strict", "--grant", "partner"}, {lines[0]});
+    EXPECT_EQ(granted.exitCode, 0);
+    EXPECT_THAT(granted.errors, IsEmpty());
+}
+
+TEST(TheMessages, AreWrittenAsTheBrowserDoes) {
+    const support::TemporaryFolder folder;
+    const std::string file = folder.path("messages.jsonl");
+    Words arguments = module("echo_module");
+    arguments.insert(arguments.end(), {"--messages", file});
+    const ProcessResult result =
+        runLines(arguments, {R"({"post":{"command":"a"}})", R"({"wait":1})", R"({"call":[1.5]})"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.outputLines(), SizeIs(2));
+    EXPECT_THAT(
+        linesWithoutTimes(folder.read("messages.jsonl")),
+        ElementsAre(R"({"instance":1,"path":"async","request":{"command":"a"}})",
+                    R"({"instance":1,"path":"async","answer":{"command":"a"},"command":"a"})",
+                    R"({"instance":1,"path":"blocking","request":[1.5]})",
+                    R"({"instance":1,"path":"blocking","answer":[1.5]})"));
+}
+
+TEST(TheMessages, ThatCannotBeWrittenAreNoSuccess) {
+    Words arguments = module("echo_module");
+    arguments.insert(arguments.end(), {"--messages", "/dev/full"});
+    const ProcessResult full = runLines(arguments, {R"({"call":1})"});
+    EXPECT_EQ(full.exitCode, 1);
+    EXPECT_THAT(full.errorLines(),
+                ElementsAre("sso-host: the messages /dev/full cannot be written"));
+    arguments.back() = "/no/such/folder/file";
+    const ProcessResult missing = runLines(arguments, {R"({"call":1})"});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_THAT(missing.errorLines(),
+                ElementsAre("sso-host: the messages /no/such/folder/file cannot be written"));
+}
+
+TEST(TheMessages, CanBeInputAgain) {
+    Words arguments = module("echo_module");
+    arguments.insert(arguments.end(), {"--messages", "-"});
+    const ProcessResult first =
+        runLines(arguments, {R"({"post":{"command":"a"}})", R"({"wait":1})", R"({"embed":true})",
+                             R"({"call":[1.5],"instance":2})", R"({"post":"b"})", "bad"});
+    EXPECT_EQ(first.exitCode, 1);
+    const ProcessResult second = run(arguments, first.output);
+    EXPECT_EQ(second.exitCode, 0) << second.output << second.errors;
+    const auto recordsOf = [](const ProcessResult& result) {
+        Words records;
+        for (const std::string& line : linesWithoutTimes(result.output)) {
+            if (line.find("\"path\"") != std::string::npos) records.push_back(line);
+        }
+        return records;
+    };
+    EXPECT_THAT(recordsOf(first), SizeIs(6));
+    EXPECT_EQ(recordsOf(second), recordsOf(first));
+}
+
+TEST(TheMessages, OfTheBrowserMayHaveAnyInstanceNumbers) {
+    const ProcessResult result = runLines(
+        module("echo_module"), {R"({"time":"x","instance":-123456,"path":"blocking","request":1})",
+                                R"({"time":"x","instance":77,"path":"blocking","request":2})",
+                                R"({"time":"x","instance":-123456,"path":"blocking","request":3})",
+                                R"({"time":"x","instance":"a","path":"blocking","request":3})",
+                                R"({"time":"x","instance":1,"path":"what","request":3})"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(eventsOf(result),
+                ElementsAre(reply(1, 1), event(2, "embedded", true), reply(2, 2), reply(1, 3),
+                            IsError(4, "\"instance\" of a record must be a whole number"),
+                            IsError(5, "needs one of")));
+}
+
+TEST(TheVersion, IsPrinted) {
+    const ProcessResult result = run({"--version"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, "sso-host " SSO_VERSION "\n");
+    EXPECT_THAT(result.errors, IsEmpty());
+}
+
+TEST(AModule, ThatIsNoFileIsNotWaitedFor) {
+    const support::TemporaryFolder folder;
+    const std::string pipe = folder.path("pipe.so");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {pipe, folder.path(""), std::string("/dev/zero")}) {
+        SCOPED_TRACE(path);
+        const ProcessResult result = run({"--module", path}, "{\"call\":1}\n");
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.errorLines(),
+                    ElementsAre("sso-host: cannot load the module " + path + ": it is not a file"));
+    }
+}
+
+/// The plug-in with a fault, and a call to it.
+ProcessResult runFaulty(const std::string& fault) {
+    Words command = {program(), "--module-timeout", "0.3", "--grant", "partner"};
+    const Words faulty = module("faulty_module");
+    command.insert(command.end(), faulty.begin(), faulty.end());
+    ProcessOptions options;
+    options.environment = {"SSO_FAULTY_MODULE=" + support::modulePath(), "SSO_FAULT=" + fault};
+    options.input = "{\"call\":{\"command\":\"sso_plugin_getVersion\"},\"timeout\":0.1}\n";
+    return support::runProcess(command, options);
+}
+
+TEST(AModule, ThatHangsIsToldAndEnded) {
+    const std::string begin =
+        "sso-host: the module " + module("faulty_module")[1] + " hangs: it did not ";
+    struct Row {
+        const char* place;
+        int exitCode;
+        const char* step;
+    };
+    const Row rows[] = {{"load", 2, "start"},
+                        {"PPP_InitializeModule", 2, "start"},
+                        {"DidCreate", 2, "start"},
+                        {"DidDestroy", 1, "end"},
+                        {"PPP_ShutdownModule", 1, "end"}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.place);
+        const ProcessResult result = runFaulty(std::string("hang ") + row.place);
+        EXPECT_EQ(result.exitCode, row.exitCode);
+        EXPECT_THAT(result.errorLines(), ElementsAre(begin + row.step + " within 0.3 seconds"));
+    }
+}
+
+TEST(AModule, ThatEndsTheProgramIsNoSuccess) {
+    const std::string told =
+        "sso-host: the module " + module("faulty_module")[1] + " ended the program by itself";
+    for (const char* way : {"exit", "_exit", "quick_exit"}) {
+        for (const auto& [place, exitCode] : {std::pair("load", 2), std::pair("DidCreate", 2),
+                                              std::pair("HandleBlockingMessage", 1)}) {
+            const std::string fault = std::string(way) + " " + place;
+            SCOPED_TRACE(fault);
+            const ProcessResult result = runFaulty(fault);
+            EXPECT_EQ(result.exitCode, exitCode);
+            EXPECT_THAT(result.output, IsEmpty());
+            EXPECT_THAT(result.errorLines(), ElementsAre(told));
+        }
+    }
+    EXPECT_EQ(runFaulty("none").exitCode, 0) << "the same without a fault";
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "special_numbers.h"
+
 namespace {
 
 using host::JsonError;
@@ -16,9 +18,6 @@ using host::Value;
 using host::writeJson;
 using ::testing::HasSubstr;
 using ::testing::Not;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 struct Row {
     std::string json;

@@ -4,20 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <limits>
 #include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
+
+#include "special_numbers.h"
 
 namespace {
 
 using host::Value;
 using ::testing::EndsWith;
 using ::testing::Not;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 static_assert(!std::is_constructible_v<Value, int*>, "a pointer must not turn into true");
 static_assert(!std::is_constructible_v<Value, void*>, "a pointer must not turn into true");

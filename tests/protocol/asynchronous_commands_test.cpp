@@ -51,11 +51,6 @@ std::set<std::string> allKeys() {
     return keys;
 }
 
-std::string changed(std::string text, int (*change)(int)) {
-    for (char& c : text) c = static_cast<char>(change(static_cast<unsigned char>(c)));
-    return text;
-}
-
 /// The command's request, but with no text under one key.
 std::vector<Value> requestsWithout(const AsynchronousCommand& command, const std::string& key) {
     Value::Dictionary rest = requestFor(command);

@@ -28,7 +28,7 @@ struct TextRow {
     Value answered;
 };
 
-const std::string kMebibyte(1 << 20, 't');
+const std::string kLongToken(1 << 20, 't');
 
 const std::vector<TextRow> kTextRows = {
     {"an empty text", "", ""},
@@ -41,7 +41,7 @@ const std::vector<TextRow> kTextRows = {
     {"a list", R"([{"appID":"a","cpName":"b","cpUID":"c"}])",
      R"([{"appID":"a","cpName":"b","cpUID":"c"}])"},
     {"what was to be a list", R"([{"appID": ]})", R"([{"appID": ]})"},
-    {"a mebibyte", kMebibyte, kMebibyte},
+    {"a mebibyte", kLongToken, kLongToken},
 };
 
 /// The commands whose end is of that kind.

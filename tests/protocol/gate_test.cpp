@@ -7,14 +7,10 @@
 
 #include "protocol_data.h"
 #include "protocol_test.h"
+#include "request_texts.h"
 
 namespace protocol {
 namespace {
-
-std::string changed(std::string text, int (*change)(int)) {
-    for (char& c : text) c = static_cast<char>(change(static_cast<unsigned char>(c)));
-    return text;
-}
 
 /// Names that look like a command and are none.
 std::set<std::string> unknownNames() {

@@ -27,6 +27,12 @@ inline std::vector<host::Value> noTexts() {
             "ill-formed \xff text"};  // reaches the plug-in as null
 }
 
+/// A text with each of its characters changed: &std::toupper or the like.
+inline std::string changed(std::string text, int (*change)(int)) {
+    for (char& c : text) c = static_cast<char>(change(static_cast<unsigned char>(c)));
+    return text;
+}
+
 struct RequestText {
     std::string sent;
     std::string received;  ///< by the client library, which takes a C text

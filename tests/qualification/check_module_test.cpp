@@ -3,14 +3,18 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "module_path.h"
@@ -82,6 +86,48 @@ class TheCheck : public ::testing::Test {
 
     Words with(const std::string& fault) const {
         return {"SSO_FAULTY_MODULE=" + m_plugin, "SSO_FAULT=" + fault};
+    }
+
+    /// Starts a check and does not wait for it.
+    pid_t startCheck(const Words& words, const Words& environment) const {
+        Words all = {support::builtPath("bin/sso-check-module")};
+        all.insert(all.end(), words.begin(), words.end());
+        std::vector<char*> arguments;
+        for (std::string& word : all) arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        const pid_t check = fork();
+        if (check != 0) return check;
+        for (const std::string& variable : environment) {
+            const std::size_t end = variable.find('=');
+            setenv(variable.substr(0, end).c_str(), variable.substr(end + 1).c_str(), 1);
+        }
+        setenv("SSO_CHECKED_IN", m_folder.path("").c_str(), 1);
+        execv(arguments[0], arguments.data());
+        _exit(1);
+    }
+
+    /// Whether a test that startCheck() has led to is running.
+    bool testsAreRunning() const {
+        for (const auto& process : std::filesystem::directory_iterator("/proc")) {
+            // Both are empty when it ends meanwhile.
+            const std::string command = bytesOf(process.path() / "cmdline");
+            const std::string environment = bytesOf(process.path() / "environ");
+            if (command.find("/bin/protocol-tests") < command.find('\0') &&
+                environment.find("SSO_CHECKED_IN=" + m_folder.path("")) != std::string::npos) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    template <typename Condition>
+    static bool comesTrue(Condition condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return true;
     }
 
     const support::TemporaryFolder m_folder;
@@ -213,6 +259,18 @@ TEST_F(TheCheck, GivesUpAModuleThatHangsEachTime) {
     const auto result = check({m_faulty, "--limit", "1"}, with("hang PPP_GetInterface"));
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.outputLines().front(), HasSubstr(" not run"));
+}
+
+TEST_F(TheCheck, LeavesNoTestThatHangsBehindWhenItIsKilled) {
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
+        const pid_t check =
+            startCheck({m_faulty, "--limit", "600", "--filter", "TheVersion.IsAText"},
+                       with("hang PPP_ShutdownModule"));
+        EXPECT_TRUE(comesTrue([&] { return testsAreRunning(); }));
+        kill(check, signal);
+        waitpid(check, nullptr, 0);
+        EXPECT_TRUE(comesTrue([&] { return !testsAreRunning(); })) << "after signal " << signal;
+    }
 }
 
 TEST_F(TheCheck, CountsNoTestThatAModuleWithoutInstancesPasses) {

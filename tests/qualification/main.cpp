@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "child.h"
 #include "module_file.h"
 #include "module_path.h"
 #include "probe.h"
@@ -162,8 +163,10 @@ int checkModule(CommandLine& command) {
 }
 
 int runProgram(int argc, char** argv) {
+    if (argc > 1 && argv[1] == std::string(qualification::kChildOption)) {
+        return qualification::runChild({argv + 2, argv + argc});
+    }
     CommandLine command;
-    std::vector<std::string> child;
     int limit = static_cast<int>(command.suite.limit.count());
     CLI::App app("Runs the tests of the module's behaviour against a build of it.",
                  "sso-check-module");
@@ -182,10 +185,8 @@ int runProgram(int argc, char** argv) {
     app.add_option("--jobs", command.suite.jobs, "Tests at a time")
         ->check(CLI::Range(1, 64))
         ->capture_default_str();
-    app.add_option("--child", child)->group("");  // this program's own: the load that may crash
     try {
         app.parse(argc, argv);
-        if (!child.empty()) return qualification::runChild(child);
         if (command.module.empty()) throw CLI::RequiredError("MODULE");
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : static_cast<int>(Verdict::NotAsked);

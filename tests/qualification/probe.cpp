@@ -1,37 +1,24 @@
 #include "probe.h"
 
-#include <dlfcn.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <iostream>
 
-#include "host/plugin_host.h"
-#include "host/value.h"
+#include "child.h"
 #include "process.h"
-#include "recorder.h"
-#include "recording_extension.h"
-#include "runtime/ppb_extension_system_korvane.h"
 #include "verdict.h"
 
 namespace qualification {
 namespace {
 
 constexpr std::chrono::seconds kLimit{5};
-constexpr const char* kLoad = "--load";
-constexpr const char* kMissing = "--missing";
-constexpr const char* kVersion = "--version-of";
 
 support::ProcessResult child(const std::vector<std::string>& words,
                              const std::vector<std::string>& environment) {
-    std::vector<std::string> command = {"/proc/self/exe", "--child"};
-    command.insert(command.end(), words.begin(), words.end());
     support::ProcessOptions options;
     options.environment = environment;
     options.timeout = kLimit;
-    return support::runProcess(command, options);
+    return support::runProcess(childCommand(words), options);
 }
 
 void refuseToHangOrCrash(const support::ProcessResult& result, const std::string& when) {
@@ -43,48 +30,6 @@ void refuseToHangOrCrash(const support::ProcessResult& result, const std::string
         throw Refusal(Verdict::CrashesAtLoad,
                       "crashes while it is " + when + ": " + strsignal(result.signal));
     }
-}
-
-int load(const std::string& module) {
-    void* handle = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
-        std::cout << dlerror() << std::flush;
-        return 1;
-    }
-    std::cout << "loaded" << std::flush;
-    dlclose(handle);
-    return 0;
-}
-
-int tellMissing(const std::vector<std::string>& sonames) {
-    const char* separator = "";
-    for (const std::string& soname : sonames) {
-        if (dlopen(soname.c_str(), RTLD_LAZY) != nullptr) continue;
-        std::cout << separator << soname;
-        separator = ", ";
-    }
-    return 0;
-}
-
-int tellVersion(const std::string& module) {
-    support::Recorder recorder;
-    support::RecordingExtension extension(recorder);
-    extension.grant(support::kAll);
-    host::PluginHost::Options options;
-    options.modulePath = module;
-    options.interfaces[PPB_EXTENSIONSYSTEM_KORVANE_INTERFACE_0_1] =
-        support::RecordingExtension::table();
-    host::PluginHost host(std::move(options));
-    const host::CallResult result =
-        host.call(host.embed(), host::Value::Dictionary{{"command", "sso_plugin_getVersion"}});
-    if (result.value.isDictionary()) {
-        const auto& reply = result.value.asDictionary();
-        const auto version = reply.find("value");
-        if (version != reply.end() && version->second.isString()) {
-            std::cout << version->second.asString() << std::flush;
-        }
-    }
-    _exit(0);  // what comes after the answer is the tests' matter
 }
 
 }  // namespace
@@ -121,12 +66,6 @@ void checkLoading(const std::string& module, const std::vector<std::string>& nee
 std::string askVersion(const std::string& module, const std::vector<std::string>& environment) {
     const support::ProcessResult result = child({kVersion, module}, environment);
     return result.exitCode == 0 ? result.output : "";
-}
-
-int runChild(const std::vector<std::string>& words) {
-    if (words[0] == kLoad) return load(words[1]);
-    if (words[0] == kVersion) return tellVersion(words[1]);
-    return tellMissing({words.begin() + 1, words.end()});
 }
 
 }  // namespace qualification

@@ -30,9 +30,6 @@ void checkLoading(const std::string& module, const std::vector<std::string>& nee
 /// Asks the module for its version, in a child process: "" when it does not answer.
 std::string askVersion(const std::string& module, const std::vector<std::string>& environment);
 
-/// The child's side of both. @return its exit code.
-int runChild(const std::vector<std::string>& words);
-
 }  // namespace qualification
 
 #endif

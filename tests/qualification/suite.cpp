@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "child.h"
 #include "process.h"
 
 namespace qualification {
@@ -100,9 +101,10 @@ void run(Listed& test, const SuiteOptions& options, std::chrono::seconds limit) 
     const auto begin = std::chrono::steady_clock::now();
     support::ProcessResult ended;
     try {
-        ended = support::runProcess({options.folder + "/" + test.result.program,
-                                     "--gtest_filter=" + test.fullName, "--gtest_color=no"},
-                                    process);
+        ended = support::runProcess(
+            childCommand({kProgram, options.folder + "/" + test.result.program,
+                          "--gtest_filter=" + test.fullName, "--gtest_color=no"}),
+            process);
     } catch (const std::exception& error) {
         test.result.reason = error.what();  // the program cannot be started: it is not run
         return;
@@ -166,13 +168,14 @@ std::vector<TestResult> runSuite(const SuiteOptions& options) {
     std::vector<TestResult> results;
     std::mutex mutex;
     std::size_t done = 0;
+    std::atomic<unsigned> hung{0};
     for (std::vector<Listed>& tests : programs) {
         std::atomic<std::size_t> next{0};
-        std::atomic<unsigned> hung{0};
+        std::atomic<unsigned> hungHere{0};
         const auto work = [&] {
             for (std::size_t i = next++; i < tests.size(); i = next++) {
                 TestResult& result = tests[i].result;
-                if (hung < kHangsToGiveUp) {
+                if (hungHere < kHangsToGiveUp) {
                     run(tests[i], options,
                         hung <= kHangsToTryAgain ? options.limit
                                                  : std::min(options.limit, kLimitAfterMoreHangs));
@@ -180,7 +183,10 @@ std::vector<TestResult> runSuite(const SuiteOptions& options) {
                     result.reason = std::to_string(kHangsToGiveUp) + " tests of " + result.program +
                                     " hung before";
                 }
-                if (result.outcome == Outcome::Hung) ++hung;
+                if (result.outcome == Outcome::Hung) {
+                    ++hung;
+                    ++hungHere;
+                }
                 const std::lock_guard lock(mutex);
                 if (options.onResult) options.onResult(result, ++done, total);
             }

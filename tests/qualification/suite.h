@@ -36,8 +36,8 @@ struct SuiteOptions {
 
 /// Runs each test of the module in a process of its own.
 ///
-/// When more than two tests of a program have hung, its next ones have three seconds; when eight have,
-/// the rest of that program is not run. If no more than two have hung in all, they are tried again at
+/// When more than two tests have hung, the next ones have three seconds; when eight of a program have,
+/// the rest of it is not run. If no more than two have hung in all, they are tried again at
 /// the end, with twice the time: the machine may have been busy.
 ///
 /// @return the results in the order of the programs' own lists.

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -31,6 +32,11 @@ class TemporaryFolder {
     std::string write(const std::string& name, std::string_view content) const {
         std::ofstream(path(name), std::ios::binary) << content;
         return path(name);
+    }
+
+    std::string read(const std::string& name) const {
+        std::ifstream file(path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
   private:

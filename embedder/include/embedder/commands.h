@@ -9,6 +9,9 @@
 /// Nothing that a page is answered depends on it. Any thread.
 namespace embedder {
 
+/// The "status" or "code" of an answer that says that the privilege is missing.
+inline constexpr int kRefused = 18;
+
 struct Command {
     std::string name;
     bool blocking;

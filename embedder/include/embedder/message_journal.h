@@ -26,10 +26,11 @@ class MessageJournal {
     using Clock = std::chrono::steady_clock;
     using Instance = std::int32_t;
 
-    /// Names a blocking request that runs.
-    using Call = std::uint64_t;
+    /// Names a request.
+    using Number = std::uint64_t;
 
-    struct Unanswered {
+    struct Asked {
+        Number number;
         Instance instance;
         bool blocking;
         std::string command;  ///< empty for a request without one
@@ -42,42 +43,42 @@ class MessageJournal {
     ///
     /// @param message  as JSON, or whatever else shows a value that JSON lacks.
     /// @param command  the text that names the command; empty when there is none.
-    void posted(Instance instance, const std::string& message, const std::string& command);
+    Number posted(Instance instance, const std::string& message, const std::string& command);
 
     /// The plug-in has posted one: the answer to the oldest request with its command. One without a
     /// command is to the oldest request that no command of the asynchronous path can be answered by,
     /// or else to the oldest.
     ///
-    /// @return the command of the request, empty for none.
-    std::string answered(Instance instance, const std::string& message, const std::string& command);
+    /// @return the request.
+    std::optional<Asked> answered(Instance instance, const std::string& message,
+                                  const std::string& command);
 
     /// A page waits for a reply.
-    Call called(Instance instance, const std::string& message, const std::string& command);
-    void replied(Call call, const std::string& message);
+    Number called(Instance instance, const std::string& message, const std::string& command);
+    void replied(Number call, const std::string& message);
 
     /// The instance is gone, and with it the answers that it owes.
     void forget(Instance instance);
 
     /// In the order in which they came.
-    std::vector<Unanswered> unanswered() const;
+    std::vector<Asked> unanswered() const;
 
   private:
     struct Request {
-        Call number;
-        Unanswered about;
+        Asked about;
         Clock::time_point since;
     };
     using Requests = std::list<Request>;
 
-    Call begin(Instance instance, bool blocking, const std::string& message,
-               const std::string& command);
+    Number begin(Instance instance, bool blocking, const std::string& message,
+                 const std::string& command);
     void end(Instance instance, const std::string& message, Requests::iterator request,
              bool blocking);
     Requests::iterator requestOf(Instance instance, const std::string& command);
 
     mutable std::mutex m_mutex;
     const std::function<void(const std::string&)> m_write;
-    Call m_last = 0;
+    Number m_last = 0;
     Requests m_requests;
 };
 

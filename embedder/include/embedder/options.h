@@ -20,7 +20,7 @@ struct Options {
     bool log = false;
 };
 
-/// The options --module, --grant, --manifest, --account and --log of a command line.
+/// The options --module, --grant, --manifest, --account, --log and --version of a command line.
 class CommonOptions {
   public:
     /// Declares them. The object must live until `app` has parsed.
@@ -40,10 +40,10 @@ class CommonOptions {
     std::vector<std::string> m_grants;
 };
 
-/// Parses a command line. Help goes to standard output; of a mistake one line, that begins with the
+/// Parses a command line. Help and version go to standard output; of a mistake one line, that begins with the
 /// program's name, to standard error.
 ///
-/// @return the exit code when there is nothing to run: 0 after help, kExitBadInput after a mistake.
+/// @return the exit code when there is nothing to run: 0 after those, kExitBadInput after a mistake.
 std::optional<int> parseCommandLine(CLI::App& app, int argc, const char* const* argv);
 
 }  // namespace embedder

@@ -58,8 +58,10 @@ class Session {
     void call(std::optional<std::int32_t> instance, const Value& value,
               std::chrono::milliseconds timeout);
     /// @param application  that the instance runs in; nothing: the session's.
-    void embed(const Attributes& attributes,
-               const std::optional<embedder::Application>& application);
+    ///
+    /// @return its number.
+    std::int32_t embed(const Attributes& attributes,
+                       const std::optional<embedder::Application>& application);
     void destroy(std::int32_t instance);
     void unregister(std::int32_t instance);
     /// Until so many messages have come that no earlier wait() has counted.
@@ -67,8 +69,12 @@ class Session {
 
     /// @}
 
-    /// Waits until each post was answered by a message, but not longer than the timeout.
-    void waitForAnswers(std::chrono::milliseconds timeout);
+    /// Number of the instance that a request means. @throws RequestError  when there is none.
+    std::int32_t numberFor(std::optional<std::int32_t> instance);
+
+    /// Waits until something is so, which is asked when a message has been told, but not longer than
+    /// the timeout. It must not call the session.
+    void waitUntil(const std::function<bool()>& isSo, std::chrono::milliseconds timeout);
 
     /// Unloads the module; nothing can be asked any more.
     ///
@@ -76,11 +82,6 @@ class Session {
     std::vector<std::string> unload();
 
   private:
-    struct Instance {
-        PP_Instance id = 0;
-        std::size_t posted = 0;
-        std::size_t arrived = 0;
-    };
     class HeldMessages;
 
     void onMessage();
@@ -89,8 +90,6 @@ class Session {
     /// Messages have to be held meanwhile: they can come before the number is known.
     std::int32_t addInstance(const Attributes& attributes,
                              const std::optional<embedder::Application>& application);
-    /// Number of the instance that a request means. @throws RequestError  when there is none.
-    std::int32_t numberFor(std::optional<std::int32_t> instance);
     PP_Instance idOf(std::int32_t number);
 
     const std::optional<embedder::Application> m_application;
@@ -102,7 +101,7 @@ class Session {
     std::condition_variable m_arrival;
     bool m_holding = false;  // a call or an embedding is under way: its own event comes first
     std::int32_t m_lastNumber = 0;
-    std::map<std::int32_t, Instance> m_live;
+    std::map<std::int32_t, PP_Instance> m_live;
     std::map<PP_Instance, std::int32_t> m_numbers;  // also of instances that are gone
     std::size_t m_messages = 0;
     std::size_t m_awaited = 0;  // of m_messages, by earlier calls of wait()

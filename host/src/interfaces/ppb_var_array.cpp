@@ -4,7 +4,9 @@
 namespace host {
 namespace {
 
-PP_Var create() { return VarTable::instance().makeArray(Holder::Module, "PPB_VarArray.Create"); }
+PP_Var createArray() {
+    return VarTable::instance().makeArray(Holder::Module, "PPB_VarArray.Create");
+}
 
 PP_Var get(PP_Var array, uint32_t index) {
     return VarTable::instance().element("PPB_VarArray.Get", array, index);
@@ -24,6 +26,6 @@ PP_Bool setLength(PP_Var array, uint32_t length) {
 
 }  // namespace
 
-const PPB_VarArray_1_0 kVarArray10 = {create, get, set, getLength, setLength};
+const PPB_VarArray_1_0 kVarArray10 = {createArray, get, set, getLength, setLength};
 
 }  // namespace host

@@ -4,7 +4,7 @@
 namespace host {
 namespace {
 
-PP_Var create() {
+PP_Var createDictionary() {
     return VarTable::instance().makeDictionary(Holder::Module, "PPB_VarDictionary.Create");
 }
 
@@ -31,6 +31,7 @@ PP_Var getKeys(PP_Var dictionary) {
 
 }  // namespace
 
-const PPB_VarDictionary_1_0 kVarDictionary10 = {create, get, set, remove, hasKey, getKeys};
+const PPB_VarDictionary_1_0 kVarDictionary10 = {createDictionary, get,    set,
+                                                remove,           hasKey, getKeys};
 
 }  // namespace host

@@ -40,7 +40,7 @@ std::string_view functionName(std::string_view signature) {
     int depth = 0;  // of template arguments, and of what compilers put in braces
     for (std::size_t i = 0; i < signature.size(); ++i) {
         const char letter = signature[i];
-        if (startsWith(signature.substr(i), kAnonymous)) {
+        if (letter == '(' && startsWith(signature.substr(i), kAnonymous)) {
             i += kAnonymous.size() - 1;
         } else if (letter == '<' || letter == '{') {
             ++depth;

@@ -11,7 +11,8 @@
 namespace call_trace {
 namespace {
 
-constexpr std::string_view kOpening = "[";
+constexpr std::string_view kOpening = "[\n";
+constexpr std::string_view kSeparator = ",\n";
 constexpr std::string_view kClosing = "]\n";
 
 /// What the system writes as a whole or not at all, when the process is killed meanwhile.
@@ -34,13 +35,14 @@ off_t placeOf(off_t position, off_t size) {
 
 }  // namespace
 
-TraceFile::TraceFile(const std::string& path) : m_path(path) {
+TraceFile::TraceFile(const std::string& path, std::string_view first) : m_path(path) {
     open();
     try {
         lockAndEmpty();
-        m_end = sizeOf(kOpening);
-        m_closing = kPage - sizeOf(kClosing);
-        write(0, std::string(kOpening) + spaces(m_closing - m_end) + std::string(kClosing));
+        const std::string start = std::string(kOpening) + std::string(first);
+        m_end = sizeOf(start);
+        m_closing = upToPage(m_end + sizeOf(kClosing)) - sizeOf(kClosing);
+        put(0, start + spaces(m_closing - m_end) + std::string(kClosing));
     } catch (...) {
         close(m_file);
         throw;
@@ -49,12 +51,16 @@ TraceFile::TraceFile(const std::string& path) : m_path(path) {
 
 TraceFile::~TraceFile() { close(m_file); }
 
-void TraceFile::append(std::string_view element) {
-    const std::string text = (m_end == sizeOf(kOpening) ? "\n" : ",\n") + std::string(element);
-    const off_t position = placeOf(m_end, sizeOf(text));
-    makeRoom(position, sizeOf(text));
-    write(position, text);
-    m_end = position + sizeOf(text);
+off_t TraceFile::placeFor(std::size_t size) {
+    const off_t wanted = sizeOf(kSeparator) + static_cast<off_t>(size);
+    const off_t position = placeOf(m_end, wanted);
+    makeRoom(position, wanted);
+    m_end = position + wanted;
+    return position;
+}
+
+void TraceFile::write(off_t place, std::string element) {
+    put(place, element.insert(0, kSeparator));
 }
 
 void TraceFile::open() {
@@ -95,13 +101,13 @@ void TraceFile::makeRoom(off_t position, off_t size) {
     const off_t grown = std::max(wanted, former + std::clamp(former, kLeastGrowth, kMostGrowth));
     const off_t closing = grown - sizeOf(kClosing);
     // As long as all that follows the end is space, the array is whole, even on a full disk.
-    write(former, spaces(grown - former));
-    write(m_closing, spaces(sizeOf(kClosing)));
-    write(closing, kClosing);
+    put(former, spaces(grown - former));
+    put(m_closing, spaces(sizeOf(kClosing)));
+    put(closing, kClosing);
     m_closing = closing;
 }
 
-void TraceFile::write(off_t position, std::string_view text) {
+void TraceFile::put(off_t position, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = pwrite(m_file, text.data(), text.size(), position);
         if (count < 0) {

@@ -15,27 +15,37 @@ namespace call_trace {
 /// not cross the border of two pages unless it is longer than one: a process that is killed while it
 /// writes leaves what it has written as far as such a border. What is left open is the moment in which
 /// the end moves, once in many elements.
+///
+/// An element gets its place first and is written then, so that several threads can write at once. Until
+/// it is written there are spaces.
 class TraceFile {
   public:
-    /// Opens the file and makes it an empty array.
+    /// Opens the file and makes it an array with one element.
     ///
     /// @throws std::system_error  with the path in what(); std::errc::operation_would_block when
     ///                            another process has taken it.
-    explicit TraceFile(const std::string& path);
+    TraceFile(const std::string& path, std::string_view first);
     ~TraceFile();
     TraceFile(const TraceFile&) = delete;
     TraceFile& operator=(const TraceFile&) = delete;
 
-    /// @param element  a JSON value.
-    /// @throws std::system_error  as above; the array is as it was.
-    void append(std::string_view element);
+    /// A place for a further element. One thread at a time.
+    ///
+    /// @param size  of the element, in bytes.
+    /// @throws std::system_error  with the path in what(); the array is as it was.
+    off_t placeFor(std::size_t size);
+    /// Any thread, while others write or ask for places.
+    ///
+    /// @param element  a JSON value, of the size that the place was made for.
+    /// @throws std::system_error  as above.
+    void write(off_t place, std::string element);
 
   private:
     void open();
     void lockAndEmpty();
     /// Moves the array's end so that `size` bytes fit in from `position`.
     void makeRoom(off_t position, off_t size);
-    void write(off_t position, std::string_view text);
+    void put(off_t position, std::string_view text);
     [[noreturn]] void fail(int error) const;
 
     const std::string m_path;

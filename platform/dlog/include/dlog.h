@@ -24,7 +24,8 @@ enum {
  * @param priority  one of DLOG_PRIORITY_*.
  * @param tag       names the writer; copied. Null is taken as "".
  * @param format    as of printf, with its arguments. A line longer than 4095 bytes is cut.
- * @return the number of bytes of the formatted text, or -1 for a null or broken format.
+ * @return the number of bytes of the formatted text, 0 for a line that nobody wants, or -1 for a null
+ *     or broken format.
  */
 /* NOLINTNEXTLINE(bugprone-reserved-identifier): the device's name */
 int __dlog_print(int buffer, int priority, const char* tag, const char* format, ...)

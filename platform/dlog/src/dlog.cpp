@@ -18,7 +18,10 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
     if (format == nullptr) {
         return -1;
     }
-    std::array<char, 4096> text{};
+    if (!g_sink.isSet() && !dlog::passes(priority)) {
+        return 0;
+    }
+    std::array<char, 4096> text;  // not cleared: it is large, and lines are short
     va_list arguments;
     va_start(arguments, format);
     const int size = std::vsnprintf(text.data(), text.size(), format, arguments);

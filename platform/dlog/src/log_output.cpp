@@ -1,15 +1,20 @@
 #include "log_output.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/syscall.h>
+#include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <string>
+#include <string_view>
 
 #include "dlog.h"
 
@@ -66,29 +71,117 @@ char priorityLetter(int priority) {
     return known ? kLetters[priority] : '?';
 }
 
-std::string lineOf(const DlogRecord& record) {
+/// Local time, as the C library has it. In a child process of a browser the function of that name is the
+/// browser's own: it asks the browser's process over a socket, each time.
+tm localTime(std::time_t seconds) {
+    static const auto ask =
+        reinterpret_cast<decltype(&localtime_r)>(dlsym(RTLD_NEXT, "localtime_r"));
+    tm local{};
+    if (ask != nullptr) {
+        ask(&seconds, &local);
+    } else {
+        gmtime_r(&seconds, &local);
+    }
+    return local;
+}
+
+/// The system's numbers of the calling thread and its process, asked for once.
+struct Numbers {
+    pid_t process;
+    pid_t thread;
+};
+
+Numbers numbersOfThisThread() {
+    static thread_local Numbers t_numbers{0, 0};
+    // A fork has one thread, which runs this.
+    static const int forkHandler = pthread_atfork(nullptr, nullptr, [] {
+        t_numbers = Numbers{0, 0};
+    });
+    static_cast<void>(forkHandler);  // without memory for it, forks log their parent's numbers
+    if (t_numbers.process == 0) {
+        t_numbers = {getpid(), gettid()};
+    }
+    return t_numbers;
+}
+
+/// A line as it is put together: by hand, since a page waits for a dozen of them.
+class Line {
+  public:
+    /// @param width  fewer digits get `fill` in front.
+    void put(long number, std::ptrdiff_t width, char fill) {
+        std::array<char, 20> digits;
+        const char* end = std::to_chars(digits.begin(), digits.end(), number).ptr;
+        for (std::ptrdiff_t missing = width - (end - digits.begin()); missing > 0; --missing) {
+            put(fill);
+        }
+        put({digits.data(), static_cast<std::size_t>(end - digits.begin())});
+    }
+    void put(char letter) { m_text[m_size++] = letter; }
+    /// What is no room for is cut; a letter still fits.
+    void put(std::string_view text) {
+        const std::size_t size = std::min(text.size(), m_text.size() - 1 - m_size);
+        std::memcpy(m_text.data() + m_size, text.data(), size);
+        m_size += size;
+    }
+
+    const char* data() const { return m_text.data(); }
+    std::size_t size() const { return m_size; }
+
+  private:
+    std::array<char, 4096 + 160> m_text;  // of the longest text, and of what stands before it
+    std::size_t m_size = 0;
+};
+
+void putTime(Line& line) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    tm local{};
-    localtime_r(&now.tv_sec, &local);
-    std::array<char, 160> head{};
-    std::snprintf(head.data(), head.size(),
-                  "%02d-%02d %02d:%02d:%02d.%03ld %c/%.64s(%5d:%5ld) [%s] ", local.tm_mon + 1,
-                  local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, now.tv_nsec / 1000000,
-                  priorityLetter(record.priority), record.tag, getpid(), syscall(SYS_gettid),
-                  bufferName(record.buffer));
-    return std::string(head.data()) + record.text + '\n';
+    const tm local = localTime(now.tv_sec);
+    line.put(local.tm_mon + 1, 2, '0');
+    line.put('-');
+    line.put(local.tm_mday, 2, '0');
+    line.put(' ');
+    line.put(local.tm_hour, 2, '0');
+    line.put(':');
+    line.put(local.tm_min, 2, '0');
+    line.put(':');
+    line.put(local.tm_sec, 2, '0');
+    line.put('.');
+    line.put(now.tv_nsec / 1000000, 3, '0');
+}
+
+void putRecord(Line& line, const DlogRecord& record) {
+    constexpr std::size_t kLongestTag = 64;
+    const Numbers numbers = numbersOfThisThread();
+    putTime(line);
+    line.put(' ');
+    line.put(priorityLetter(record.priority));
+    line.put('/');
+    line.put(std::string_view(record.tag).substr(0, kLongestTag));
+    line.put('(');
+    line.put(numbers.process, 5, ' ');
+    line.put(':');
+    line.put(numbers.thread, 5, ' ');
+    line.put(") [");
+    line.put(bufferName(record.buffer));
+    line.put("] ");
+    line.put(record.text);
+    line.put('\n');
 }
 
 }  // namespace
 
-void writeRecord(const DlogRecord& record) {
+bool passes(int priority) {
     static const int least = leastPriority();
-    if (record.priority < least) {
+    return priority >= least;
+}
+
+void writeRecord(const DlogRecord& record) {
+    if (!passes(record.priority)) {
         return;
     }
     static const int output = openOutput();
-    const std::string line = lineOf(record);
+    Line line;
+    putRecord(line, record);
     // One write, so that lines of several threads and processes stay whole. A log that cannot be
     // written must not stop what it reports on.
     const ssize_t written = write(output, line.data(), line.size());

@@ -22,5 +22,5 @@ pp::Var PPBaseMessageHandler::createMessage(int code, pp::Var value, std::string
     if (!value.is_null()) {
         reply.Set("value", value);
     }
-    return reply;
+    return {pp::PASS_REF, reply.Detach()};  // else it would be a copy, of another type
 }

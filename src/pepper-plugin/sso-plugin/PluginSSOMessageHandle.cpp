@@ -4,6 +4,8 @@
 #undef NDEBUG
 #include <array>
 #include <cassert>
+#include <cstring>
+#include <utility>
 
 #include "PluginLog.h"
 #include "PluginTrace.h"
@@ -33,47 +35,27 @@ constexpr size_t kMaxKeys = 3;
 /// Texts of a request, in the order of the command's keys.
 using Texts = std::array<std::string, kMaxKeys>;
 
-struct RequiredKey {
-    const char* key;
-    const char* errorMessage;  // of the answer when the key is missing or no string
+struct Key {
+    const char* name;
+    const char* errorMessage;  // of the answer when it is missing or no string; null: it may be
 };
 
-bool hasString(const pp::VarDictionary& request, const char* key) {
-    if (!request.HasKey(key)) {
-        return false;
-    }
-    return request.Get(key).is_string();
-}
-
-/// The texts under the keys, of which fewer end with null. One that is missing or no string reads as
-/// the empty text.
-Texts readTexts(const pp::VarDictionary& request, const char* const (&keys)[kMaxKeys]) {
-    Texts texts;
-    for (size_t i = 0; i < kMaxKeys && keys[i] != nullptr; ++i) {
-        texts[i] = request.Get(keys[i]).AsString();
-    }
-    return texts;
-}
-
-/// What a blocking request is answered with.
-struct Reply {
-    int code;
-    pp::Var value;
-    const char* errorName;
-    const char* errorMessage;
-};
-
-Reply success(const pp::Var& value) { return {SSO_CODE_OK, value, "", ""}; }
-
-Reply failure(int code, const char* errorName, const char* errorMessage) {
-    return {code, pp::Var(pp::Var::Null()), errorName, errorMessage};
+/// Reads the text under a key, in as few calls of the browser as there are. One that is missing or no
+/// string reads as the empty text.
+///
+/// @return whether there is a text.
+bool readText(const pp::VarDictionary& request, const char* key, std::string* text) {
+    const pp::Var value = request.Get(key);
+    *text = value.AsString();
+    return value.is_string();
 }
 
 /// The row with that name, null when there is none. Exact: case and blanks count.
 template <typename Row, size_t size>
 const Row* findCommand(const Row (&rows)[size], const std::string& command) {
     for (const Row& row : rows) {
-        if (command == row.name) {
+        if (command.size() == row.nameSize &&
+            std::memcmp(command.data(), row.name, row.nameSize) == 0) {
             return &row;
         }
     }
@@ -89,13 +71,14 @@ struct CPluginSSOMessageHandler::Command {
     static constexpr Privilege kPlatform = &CPluginSSOMessageHandler::m_bPrivilegePlatform;
 
     const char* name;
+    size_t nameSize;  // tells most names apart
     const char* logFormat;
     int logLine;
     Privilege privilege;  // the one that it needs
 };
 
-/// A text and the format of the detail line that says it.
-#define SSO_LOGGED(text) text, SSO_DETAIL_FORMAT(text)
+/// A name, its size, and the format of the detail line that says it.
+#define SSO_LOGGED(name) name, sizeof(name) - 1, SSO_DETAIL_FORMAT(name)
 
 /// A text that is stored into the call's trace once the client library has been called.
 struct TracePoint {
@@ -116,8 +99,8 @@ constexpr TracePoint kNoTracePoint{nullptr, kNoLine, kNoLine, nullptr};
 
 // A command that starts an operation of the client library; its callback answers later.
 struct CPluginSSOMessageHandler::AsyncCommand : Command {
-    RequiredKey required[kMaxKeys];  // checked in this order; fewer end with a null key
-    const char* read[kMaxKeys];      // whose texts `start` gets, checked or not
+    Key keys
+        [kMaxKeys];  // whose texts `start` gets, checked in this order; fewer end with a null name
     int (*start)(const Texts& texts, CPluginSSOMessageHandler* self);
     const char* failure;  // error message when it could not be started
     TracePoint tracePoint;
@@ -126,7 +109,6 @@ struct CPluginSSOMessageHandler::AsyncCommand : Command {
 const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCommands[] = {
     {{SSO_LOGGED(SSO_COMMAND_SHOW_LOGIN_PAGE), 140, Command::kPartner},
      {{SSO_KEY_DATA, SSO_MESSAGE_PARAM_INVALID}},
-     {SSO_KEY_DATA},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
          return sdk::call(sso_show, nullptr, 0, texts[0].c_str(),
                           sdk::Callback<&m_ShowSSOLoginCallBack>(), self);
@@ -134,7 +116,6 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      "show login failed",
      SSO_TRACE_POINT("m_ShowSSOLoginCallBack done", 151, 156)},
     {{SSO_LOGGED(SSO_COMMAND_CREATE_ACCOUNT), 161, Command::kPartner},
-     {},
      {},
      [](const Texts&, CPluginSSOMessageHandler* self) {
          return sdk::call(sso_show, nullptr, 0, "", sdk::Callback<&m_ShowCreateAccountCallBack>(),
@@ -145,7 +126,6 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
     {{SSO_LOGGED(SSO_COMMAND_GET_ACCESS_TOKEN), 176, Command::kPartner},
      {{SSO_KEY_CLIENT_ID, SSO_MESSAGE_PARAM_INVALID},
       {SSO_KEY_CLIENT_SECRET, SSO_MESSAGE_PARAM_INVALID}},
-     {SSO_KEY_CLIENT_ID, SSO_KEY_CLIENT_SECRET},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
          return sdk::call(sso_request_access_token, texts[0].c_str(), texts[1].c_str(),
                           sdk::Callback<&m_RequestAccessTokenCallBack>(), self);
@@ -155,7 +135,6 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
     {{SSO_LOGGED(SSO_COMMAND_SHOW_TERMS_PAGE), 194, Command::kPartner},
      {{SSO_KEY_TERMS_ID, "termsId parameter is invalid"},
       {SSO_KEY_CALLER_ID, "callerId parameter is invalid"}},
-     {SSO_KEY_TERMS_ID, SSO_KEY_CALLER_ID},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
          return sdk::call(sso_show_term_page, texts[0].c_str(), 0, texts[1].c_str(),
                           sdk::Callback<&m_ShowTermsPageCallBack>(), self);
@@ -163,8 +142,8 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      "show terms page failed",
      SSO_TRACE_POINT("m_ShowTermsPageCallBack done", 213, 218)},
     {{SSO_LOGGED(SSO_COMMAND_GET_MAPPING_LIST), 222, Command::kPartner},
-     {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}},
-     {SSO_KEY_APP_ID, SSO_KEY_PARTNER},  // without a partner: asked with ""
+     {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID},
+      {SSO_KEY_PARTNER, nullptr}},  // without a partner: asked with ""
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
          return sdk::call(sso_get_cp_account_mapping_list, texts[0].c_str(), texts[1].c_str(),
                           sdk::Callback<&m_GetPartnerAccountMappingListCallBack>(), self);
@@ -175,7 +154,6 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID},
       {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID},
       {SSO_KEY_PARTNER_UID, SSO_MESSAGE_PARAM_INVALID}},
-     {SSO_KEY_APP_ID, SSO_KEY_PARTNER, SSO_KEY_PARTNER_UID},
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
          return sdk::call(sso_add_cp_account_mapping_info, texts[0].c_str(), texts[1].c_str(),
                           texts[2].c_str(),
@@ -184,8 +162,9 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
      "add cp account mapping info failed",
      kNoTracePoint},
     {{SSO_LOGGED(SSO_COMMAND_REMOVE_MAPPING), 256, Command::kPartner},
-     {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID}, {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID}},
-     {SSO_KEY_APP_ID, SSO_KEY_PARTNER, SSO_KEY_PARTNER_UID},  // without a user: asked with ""
+     {{SSO_KEY_APP_ID, SSO_MESSAGE_PARAM_INVALID},
+      {SSO_KEY_PARTNER, SSO_MESSAGE_PARAM_INVALID},
+      {SSO_KEY_PARTNER_UID, nullptr}},  // without a user: asked with ""
      [](const Texts& texts, CPluginSSOMessageHandler* self) {
          return sdk::call(sso_remove_cp_account_mapping_info, texts[0].c_str(), texts[1].c_str(),
                           texts[2].c_str(),
@@ -197,34 +176,52 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
 
 // A command that is answered at once.
 struct CPluginSSOMessageHandler::BlockingCommand : Command {
-    Reply (*answer)(const pp::VarDictionary& request);
+    pp::Var (*answer)(const pp::VarDictionary& request, CPluginSSOMessageHandler* self);
 };
+
+template <typename Value>
+pp::Var CPluginSSOMessageHandler::m_Success(const Value& value) {
+    return createMessage(SSO_CODE_OK, pp::Var(value), "", "");
+}
+
+pp::Var CPluginSSOMessageHandler::m_Failure(int code, const char* errorName,
+                                            const char* errorMessage) {
+    return createMessage(code, pp::Var(pp::Var::Null()), errorName, errorMessage);
+}
 
 const CPluginSSOMessageHandler::BlockingCommand CPluginSSOMessageHandler::kBlockingCommands[] = {
     {{SSO_LOGGED(SSO_COMMAND_GET_VERSION), 310, Command::kPartner},
-     [](const pp::VarDictionary&) { return success("1.1"); }},
+     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
+         return self->m_Success("1.1");
+     }},
     {{SSO_LOGGED(SSO_COMMAND_GET_SSO_STATE), 315, Command::kPlatform},
-     [](const pp::VarDictionary&) { return success(SSOUtil::GetSSOState()); }},
+     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
+         return self->m_Success(SSOUtil::GetSSOState());
+     }},
     {{SSO_LOGGED(SSO_COMMAND_GET_GUID), 324, Command::kPartner},
-     [](const pp::VarDictionary&) { return success(SSOUtil::GetSSOGuid()); }},
+     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
+         return self->m_Success(SSOUtil::GetSSOGuid());
+     }},
     {{SSO_LOGGED(SSO_COMMAND_GET_LOGIN_STATUS), 332, Command::kPartner},
-     [](const pp::VarDictionary&) {
+     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
          int state = 0;  // the answer when the library does not write one
          sso_get_login_state(&state);
-         return success(state);
+         return self->m_Success(state);
      }},
     {{SSO_LOGGED(SSO_COMMAND_GET_LOGIN_UID), 341, Command::kPartner},
-     [](const pp::VarDictionary&) { return success(SSOUtil::GetSSOUid()); }},
+     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
+         return self->m_Success(SSOUtil::GetSSOUid());
+     }},
     {{SSO_LOGGED(SSO_COMMAND_GET_TERMS_STATE), 349, Command::kPartner},
-     [](const pp::VarDictionary& request) {
-         if (!hasString(request, SSO_KEY_TERMS_ID)) {
-             return failure(SSO_CODE_PARAM_INVALID, SSO_ERROR_PARAM_INVALID,
-                            SSO_MESSAGE_PARAM_INVALID);
+     [](const pp::VarDictionary& request, CPluginSSOMessageHandler* self) {
+         std::string termsId;
+         if (!readText(request, SSO_KEY_TERMS_ID, &termsId)) {
+             return self->m_Failure(SSO_CODE_PARAM_INVALID, SSO_ERROR_PARAM_INVALID,
+                                    SSO_MESSAGE_PARAM_INVALID);
          }
-         const std::string termsId = request.Get(SSO_KEY_TERMS_ID).AsString();
          int state = 0;  // the answer when the library does not write one
          sdk::call(sso_get_term_state, termsId.c_str(), &state);
-         return success(state);
+         return self->m_Success(state);
      }},
 };
 
@@ -357,12 +354,12 @@ void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
         return;
     }
     const pp::VarDictionary request(message);
-    if (!hasString(request, SSO_KEY_COMMAND)) {
+    std::string command;
+    if (!readText(request, SSO_KEY_COMMAND, &command)) {
         SSO_LOG_ERROR("The incoming command is invalid", 124);
         refuse("", SSO_STATUS_FAILED, SSO_ERROR_COMMAND_INVALID, SSO_MESSAGE_COMMAND_INVALID);
         return;
     }
-    const std::string command = request.Get(SSO_KEY_COMMAND).AsString();
     if (!m_CheckPrivilege(command)) {
         SSO_LOG_ERROR("check SSO Privilege fail", 133);
         refuse(command, SSO_STATUS_NO_PRIVILEGE, "PrivilegeInvalid", SSO_MESSAGE_NO_PRIVILEGE);
@@ -377,14 +374,16 @@ void CPluginSSOMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
         return;
     }
     SSO_LOG_DETAIL_AS(row->logFormat, row->logLine);
-    for (const RequiredKey& required : row->required) {
-        if (required.key != nullptr && !hasString(request, required.key)) {
-            refuse(command, SSO_STATUS_FAILED, SSO_ERROR_PARAM_INVALID, required.errorMessage);
+    Texts texts;
+    for (size_t i = 0; i < kMaxKeys && row->keys[i].name != nullptr; ++i) {
+        const Key& key = row->keys[i];
+        if (!readText(request, key.name, &texts[i]) && key.errorMessage != nullptr) {
+            refuse(command, SSO_STATUS_FAILED, SSO_ERROR_PARAM_INVALID, key.errorMessage);
             return;
         }
     }
     // The library copies what it keeps of the texts: they go with the end of its call.
-    const bool isStarted = row->start(readTexts(request, row->read), this) != kNotStarted;
+    const bool isStarted = row->start(Texts(std::move(texts)), this) != kNotStarted;
     const int traceLine = isStarted ? row->tracePoint.startedLine : row->tracePoint.notStartedLine;
     if (traceLine != kNoLine) {
         row->tracePoint.store(&traceScope);
@@ -403,47 +402,35 @@ pp::Var CPluginSSOMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle i
     SSO_TRACE_SCOPE("HandleBlockingMessageImpl", 285, 287);
     // As in HandleMessageImpl.
     const pp::Instance page(instance.pp_instance());
-    const auto give = [this](const Reply& reply) {
-        return createMessage(reply.code, reply.value, reply.errorName, reply.errorMessage);
-    };
 
     if (!message.is_dictionary()) {
         SSO_LOG_ERROR("The incoming message is invalid", 291);
-        return give(failure(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
-                            "Incoming message is not dictionary"));
+        return m_Failure(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                         "Incoming message is not dictionary");
     }
     const pp::VarDictionary request(message);
-    if (!hasString(request, SSO_KEY_COMMAND)) {
+    std::string command;
+    if (!readText(request, SSO_KEY_COMMAND, &command)) {
         SSO_LOG_ERROR("The incoming command is invalid", 297);
-        return give(failure(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
-                            SSO_MESSAGE_COMMAND_INVALID));
+        return m_Failure(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                         SSO_MESSAGE_COMMAND_INVALID);
     }
-    const std::string command = request.Get(SSO_KEY_COMMAND).AsString();
     if (!m_CheckPrivilege(command)) {
         SSO_LOG_ERROR("check SSO Privilege fail", 305);
-        return give(failure(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE));
+        return m_Failure(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE);
     }
 
     const BlockingCommand* const row = findCommand(kBlockingCommands, command);
     if (row == nullptr) {
         SSO_LOG_DETAIL("unknown command[%s]", 365, command.c_str());
-        return give(failure(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command"));
+        return m_Failure(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command");
     }
     SSO_LOG_DETAIL_AS(row->logFormat, row->logLine);
-    return give(row->answer(request));
+    return row->answer(request, this);
 }
 
-namespace {
-
-pp::Var toVar(int32_t number) { return pp::Var(number); }
-pp::Var toVar(sso_popup_state_e state) { return pp::Var(static_cast<int32_t>(state)); }
-pp::Var toVar(const char* text) { return pp::Var(text != nullptr ? text : ""); }
-
-}  // namespace
-
-template <typename Result>
 int CPluginSSOMessageHandler::m_Complete(const Completion& completion, void* userData,
-                                         Result result) {
+                                         const char* text, int32_t number) {
     auto* const handler = static_cast<CPluginSSOMessageHandler*>(userData);
     if (handler == nullptr) {
         SSO_LOG_ERROR_IN(completion.callback, "PluginSSO is NULL", completion.nullLine);
@@ -452,7 +439,7 @@ int CPluginSSOMessageHandler::m_Complete(const Completion& completion, void* use
     if (completion.logFormat != nullptr) {
         SSO_LOG_DETAIL_IN(completion.callback, completion.logFormat, completion.logLine);
     }
-    pp::Var value = toVar(result);
+    pp::Var value = text != nullptr ? pp::Var(text) : pp::Var(number);
     std::string key(completion.key);
     handler->m_ResponseData(completion.command, SSO_STATUS_OK, "", "", &key, &value, 1);
     return 0;
@@ -461,7 +448,7 @@ int CPluginSSOMessageHandler::m_Complete(const Completion& completion, void* use
 int CPluginSSOMessageHandler::m_ShowSSOLoginCallBack(void* userData, int, sso_popup_state_e state) {
     SSO_TRACE_SCOPE("m_ShowSSOLoginCallBack", 409, 411);
     return m_Complete({__func__, nullptr, 0, 414, SSO_COMMAND_SHOW_LOGIN_PAGE, SSO_KEY_STATE},
-                      userData, state);
+                      userData, nullptr, state);
 }
 
 int CPluginSSOMessageHandler::m_ShowTermsPageCallBack(void* userData, int,
@@ -469,21 +456,21 @@ int CPluginSSOMessageHandler::m_ShowTermsPageCallBack(void* userData, int,
     SSO_TRACE_SCOPE("m_ShowTermsPageCallBack", 424, 426);
     return m_Complete({__func__, SSO_DETAIL_FORMAT("m_ShowTermsPageCallBack"), 428, 438,
                        SSO_COMMAND_SHOW_TERMS_PAGE, SSO_KEY_STATE},
-                      userData, state);
+                      userData, nullptr, state);
 }
 
 int CPluginSSOMessageHandler::m_ShowCreateAccountCallBack(void* userData, int,
                                                           sso_popup_state_e state) {
     SSO_TRACE_SCOPE("m_ShowCreateAccountCallBack", 457, 459);
     return m_Complete({__func__, nullptr, 0, 462, SSO_COMMAND_CREATE_ACCOUNT, SSO_KEY_STATE},
-                      userData, state);
+                      userData, nullptr, state);
 }
 
 int CPluginSSOMessageHandler::m_RequestAccessTokenCallBack(void* userData, int, char* token) {
     SSO_TRACE_SCOPE("m_RequestAccessTokenCallBack", 472, 474);
     return m_Complete({__func__, SSO_DETAIL_FORMAT("m_RequestAccessTokenCallBack"), 476, 493,
                        SSO_COMMAND_GET_ACCESS_TOKEN, SSO_KEY_TOKEN},
-                      userData, token);
+                      userData, token != nullptr ? token : "", 0);
 }
 
 int CPluginSSOMessageHandler::m_GetPartnerAccountMappingListCallBack(void* userData, int,
@@ -491,14 +478,14 @@ int CPluginSSOMessageHandler::m_GetPartnerAccountMappingListCallBack(void* userD
     SSO_TRACE_SCOPE("m_GetPartnerAccountMappingListCallBack", 503, 505);
     return m_Complete({__func__, SSO_DETAIL_FORMAT("m_GetPartnerAccountMappingListCallBack"), 507,
                        524, SSO_COMMAND_GET_MAPPING_LIST, SSO_KEY_MAPPING_LIST},
-                      userData, list);
+                      userData, list != nullptr ? list : "", 0);
 }
 
 int CPluginSSOMessageHandler::m_AddPartnerAccountMappingInfoCallBack(void* userData, int result) {
     SSO_TRACE_SCOPE("m_AddPartnerAccountMappingInfoCallBack", 534, 536);
     return m_Complete({__func__, SSO_DETAIL_FORMAT("m_AddPartnerAccountMappingInfoCallBack"), 538,
                        548, SSO_COMMAND_ADD_MAPPING, SSO_KEY_RESULT},
-                      userData, result);
+                      userData, nullptr, result);
 }
 
 int CPluginSSOMessageHandler::m_RemovePartnerAccountMappingInfoCallBack(void* userData,
@@ -506,5 +493,5 @@ int CPluginSSOMessageHandler::m_RemovePartnerAccountMappingInfoCallBack(void* us
     SSO_TRACE_SCOPE("m_RemovePartnerAccountMappingInfoCallBack", 558, 560);
     return m_Complete({__func__, SSO_DETAIL_FORMAT("m_RemovePartnerAccountMappingInfoCallBack"),
                        562, 572, SSO_COMMAND_REMOVE_MAPPING, SSO_KEY_RESULT},
-                      userData, result);
+                      userData, nullptr, result);
 }

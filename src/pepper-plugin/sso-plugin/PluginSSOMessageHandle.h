@@ -71,11 +71,16 @@ class CPluginSSOMessageHandler : public PPBaseMessageHandler {
     static const AsyncCommand kAsyncCommands[];
     static const BlockingCommand kBlockingCommands[];
 
+    // What a blocking request is answered with.
+    template <typename Value>
+    pp::Var m_Success(const Value& value);
+    pp::Var m_Failure(int code, const char* errorName, const char* errorMessage);
+
     struct Completion;
-    /// What all completion callbacks do, inside the scope of each; `result` is what its answer
-    /// carries.
-    template <typename Result>
-    static int m_Complete(const Completion& completion, void* userData, Result result);
+    /// What all completion callbacks do, inside the scope of each. Their answers carry the text, or
+    /// the number where the text is null.
+    static int m_Complete(const Completion& completion, void* userData, const char* text,
+                          int32_t number);
 
     // Cleared when destruction begins. Client-library callbacks that still run then, on other
     // threads, see it set or null; both are safe until the proxy has been handed back.

@@ -1,5 +1,5 @@
-// The plug-in that SSO_FAULTY_MODULE names, with one fault, which SSO_FAULT names: "crash" or "hang",
-// and where, as "hang DidCreate". The places are "load" and the functions that a browser calls.
+// The plug-in that SSO_FAULTY_MODULE names, with one fault, which SSO_FAULT names: "crash", "hang",
+// "exit", "_exit" or "quick_exit", and where, as "hang DidCreate". The places are "load" and the functions that a browser calls.
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -27,6 +27,9 @@ void at(const char* place) {
     const std::string fault = variable != nullptr ? variable : "";
     if (fault == std::string("crash ") + place) raise(SIGSEGV);
     while (fault == std::string("hang ") + place) pause();
+    if (fault == std::string("exit ") + place) std::exit(0);
+    if (fault == std::string("_exit ") + place) _exit(0);
+    if (fault == std::string("quick_exit ") + place) std::quick_exit(0);
 }
 
 class Original {

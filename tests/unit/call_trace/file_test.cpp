@@ -288,6 +288,11 @@ TEST_F(ATracedProcess, RecordsEachOfManyThreads) {
     }
 }
 
+TEST_F(ATracedProcess, HasNoThreadWaitForTheWriteOfAnother) {
+    EXPECT_EQ(runWell({"while-other-writes"}), "other has written 1\nheld 1\n");
+    EXPECT_EQ(texts().size(), 12U);
+}
+
 TEST_F(ATracedProcess, OpensNothingBeforeItsFirstCall) {
     EXPECT_EQ(runWell({"files", "register", "cell", "files"}), "files 0\ncell 1\nfiles 0\n");
     EXPECT_THAT(files(), IsEmpty());

@@ -11,28 +11,29 @@
 
 namespace {
 
-using call_trace::Place;
+using ReadPlace = call_trace::Place;
 
 TEST(APlace, IsReadAsTheTracedLibraryWritesIt) {
-    EXPECT_EQ(sizeof(Place), sizeof(TSCodeLocation));
-    EXPECT_EQ(alignof(Place), alignof(TSCodeLocation));
-    EXPECT_EQ(offsetof(Place, file), offsetof(TSCodeLocation, file));
-    EXPECT_EQ(offsetof(Place, line), offsetof(TSCodeLocation, line));
-    EXPECT_EQ(offsetof(Place, function), offsetof(TSCodeLocation, function));
-    EXPECT_EQ(offsetof(Place, id), offsetof(TSCodeLocation, id));
-    EXPECT_EQ(offsetof(Place, enabled), offsetof(TSCodeLocation, enabled));
-    EXPECT_TRUE((std::is_same_v<decltype(Place::file), decltype(TSCodeLocation::file)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Place::line), decltype(TSCodeLocation::line)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Place::function), decltype(TSCodeLocation::function)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Place::id), decltype(TSCodeLocation::id)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Place::enabled), decltype(TSCodeLocation::enabled)>));
+    EXPECT_EQ(sizeof(ReadPlace), sizeof(TSCodeLocation));
+    EXPECT_EQ(alignof(ReadPlace), alignof(TSCodeLocation));
+    EXPECT_EQ(offsetof(ReadPlace, file), offsetof(TSCodeLocation, file));
+    EXPECT_EQ(offsetof(ReadPlace, line), offsetof(TSCodeLocation, line));
+    EXPECT_EQ(offsetof(ReadPlace, function), offsetof(TSCodeLocation, function));
+    EXPECT_EQ(offsetof(ReadPlace, id), offsetof(TSCodeLocation, id));
+    EXPECT_EQ(offsetof(ReadPlace, enabled), offsetof(TSCodeLocation, enabled));
+    EXPECT_TRUE((std::is_same_v<decltype(ReadPlace::file), decltype(TSCodeLocation::file)>));
+    EXPECT_TRUE((std::is_same_v<decltype(ReadPlace::line), decltype(TSCodeLocation::line)>));
+    EXPECT_TRUE(
+        (std::is_same_v<decltype(ReadPlace::function), decltype(TSCodeLocation::function)>));
+    EXPECT_TRUE((std::is_same_v<decltype(ReadPlace::id), decltype(TSCodeLocation::id)>));
+    EXPECT_TRUE((std::is_same_v<decltype(ReadPlace::enabled), decltype(TSCodeLocation::enabled)>));
 }
 
 TEST(APlace, HasTheValuesOfTheRecord) {
     int id = 7;
     int enabled = 1;
     const TSCodeLocation location{"source.cpp", 41, "void function()", &id, &enabled};
-    const Place& place = call_trace::placeOf(location);
+    const ReadPlace& place = call_trace::placeOf(location);
     EXPECT_STREQ(place.file, "source.cpp");
     EXPECT_EQ(place.line, 41);
     EXPECT_STREQ(place.function, "void function()");

@@ -1,5 +1,6 @@
 // Is traced in a process of its own, step by step as its arguments say, and tells what it sees.
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/prctl.h>
@@ -18,6 +19,7 @@
 
 #include "ht_control.h"
 #include "library.h"
+#include "thread_signal.h"
 #include "thread_tools.h"
 
 namespace {
@@ -69,6 +71,21 @@ void limitFiles(const std::string& size) {
 void say(const char* format, long value) {
     std::printf(format, value);
     std::fflush(stdout);
+}
+
+std::atomic<bool> g_holdsNextWrite = false;
+support::Signal g_isHeld;
+support::Signal g_otherHasWritten;
+
+/// Holds one thread in the middle of its write, and is traced on another meanwhile.
+void callWhileOtherWrites() {
+    callAround();
+    g_holdsNextWrite = true;
+    std::thread other(callAround);
+    const bool isHeld = g_isHeld.wait();
+    callAround();
+    other.join();
+    say("held %ld\n", isHeld ? 1 : 0);
 }
 
 void take(const Steps& steps, std::size_t index);
@@ -148,6 +165,8 @@ void take(const Steps& steps, std::size_t index) {
         for (int left = std::stoi(value); left > 0; --left) callAround();
     } else if (name == "threads") {
         callInThreads(8, std::stoi(value));
+    } else if (name == "while-other-writes") {
+        callWhileOtherWrites();
     } else if (name == "name") {
         pthread_setname_np(pthread_self(), value.c_str());
     } else if (name == "fork") {
@@ -174,5 +193,18 @@ void take(const Steps& steps, std::size_t index) {
 }
 
 }  // namespace
+
+/// In the C library's place.
+extern "C" __attribute__((visibility("default"))) ssize_t pwrite(int file, const void* data,
+                                                                 size_t size, off_t offset) {
+    static const auto original = reinterpret_cast<decltype(&pwrite)>(dlsym(RTLD_NEXT, "pwrite"));
+    if (g_holdsNextWrite.exchange(false)) {
+        g_isHeld.give();
+        say("other has written %ld\n", g_otherHasWritten.wait() ? 1 : 0);
+    } else if (g_isHeld.given()) {
+        g_otherHasWritten.give();
+    }
+    return original(file, data, size, offset);
+}
 
 int main(int argc, char** argv) { take(Steps(argv + 1, argv + argc), 0); }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "privileges.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -20,10 +21,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-
-const std::string kPartner = SSO_PRIVILEGE_ORIGIN "/privilege/sso.partner";
-const std::string kPlatform = SSO_PRIVILEGE_ORIGIN "/privilege/sso.platform";
-const std::string kPublic = SSO_PRIVILEGE_ORIGIN "/privilege/sso.public";
 
 class AManifest : public ::testing::Test {
   protected:

@@ -32,6 +32,12 @@ class TheJournal : public ::testing::Test {
         return object;
     }
 
+    /// The command of the request that a message answers, or "nothing".
+    std::string answered(int instance, const std::string& message, const std::string& command) {
+        const auto asked = m_journal.answered(instance, message, command);
+        return asked ? asked->command : "nothing";
+    }
+
     std::vector<std::string> unanswered() const {
         std::vector<std::string> names;
         for (const auto& request : m_journal.unanswered()) {
@@ -48,7 +54,7 @@ TEST_F(TheJournal, WritesARequestAndItsAnswer) {
     m_journal.posted(1, R"({"command":"x"})", "x");
     EXPECT_THAT(m_lines[0], MatchesRegex(R"(\{"time":"[0-9T:.-]+Z","instance":1,"path":"async",)"
                                          R"("request":\{"command":"x"\}\})"));
-    EXPECT_EQ(m_journal.answered(1, R"({"status":0})", "x"), "x");
+    EXPECT_EQ(answered(1, R"({"status":0})", "x"), "x");
     EXPECT_EQ(line(1), (json{{"instance", 1},
                              {"path", "async"},
                              {"answer", {{"status", 0}}},
@@ -73,8 +79,8 @@ TEST_F(TheJournal, MatchesAnswersByInstanceCommandAndOrder) {
     m_journal.posted(1, "2", "b");
     m_journal.posted(2, "3", "a");
     m_journal.posted(1, "4", "a");
-    EXPECT_EQ(m_journal.answered(1, "0", "b"), "b");
-    EXPECT_EQ(m_journal.answered(1, "0", "a"), "a");
+    EXPECT_EQ(answered(1, "0", "b"), "b");
+    EXPECT_EQ(answered(1, "0", "a"), "a");
     EXPECT_THAT(unanswered(), ElementsAre("2 a", "1 a"));
     m_journal.forget(2);
     EXPECT_THAT(unanswered(), ElementsAre("1 a"));
@@ -84,15 +90,15 @@ TEST_F(TheJournal, MatchesAnAnswerWithoutACommandToWhatCannotBeAnsweredByOne) {
     m_journal.posted(1, "1", "sso_plugin_show_login_page");
     m_journal.posted(1, "2", "sso_plugin_getVersion");  // blocking: no command of this path
     m_journal.posted(1, "3", "");
-    EXPECT_EQ(m_journal.answered(1, "0", ""), "sso_plugin_getVersion");
-    EXPECT_EQ(m_journal.answered(1, "0", ""), "");
+    EXPECT_EQ(answered(1, "0", ""), "sso_plugin_getVersion");
+    EXPECT_EQ(answered(1, "0", ""), "");
     EXPECT_THAT(unanswered(), ElementsAre("1 sso_plugin_show_login_page"));
-    EXPECT_EQ(m_journal.answered(1, "0", ""), "sso_plugin_show_login_page");
+    EXPECT_EQ(answered(1, "0", ""), "sso_plugin_show_login_page");
     EXPECT_THAT(unanswered(), IsEmpty());
 }
 
 TEST_F(TheJournal, WritesAnAnswerToNothing) {
-    EXPECT_EQ(m_journal.answered(1, "0", "a"), "");
+    EXPECT_EQ(answered(1, "0", "a"), "nothing");
     EXPECT_EQ(line(0), (json{{"instance", 1}, {"path", "async"}, {"answer", 0}}));
 }
 

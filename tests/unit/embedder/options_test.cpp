@@ -12,6 +12,7 @@
 
 #include "embedder/application_manifest.h"
 #include "embedder/environment.h"
+#include "privileges.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -23,9 +24,6 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
-
-const std::string kPartner = SSO_PRIVILEGE_ORIGIN "/privilege/sso.partner";
-const std::string kPublic = SSO_PRIVILEGE_ORIGIN "/privilege/sso.public";
 
 /// A command line of a program that has no options of its own.
 class TheCommonOptions : public ::testing::Test {
@@ -114,6 +112,12 @@ TEST_F(TheCommonOptions, AreExplained) {
     EXPECT_THAT(m_output, AllOf(HasSubstr("--module PATH"), HasSubstr("--grant NAME"),
                                 HasSubstr("--manifest FILE"), HasSubstr("--account FILE"),
                                 HasSubstr("--log"), HasSubstr("What becomes of a manifest")));
+}
+
+TEST_F(TheCommonOptions, TellTheVersion) {
+    EXPECT_EQ(parse({"--version"}), 0);
+    EXPECT_EQ(m_output, "program " SSO_VERSION "\n");
+    EXPECT_THAT(m_errors, IsEmpty());
 }
 
 TEST_F(TheCommonOptions, TellAMistakeInOneLine) {

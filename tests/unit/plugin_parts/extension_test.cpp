@@ -25,9 +25,9 @@ using Calls = std::vector<FakeExtension::Call>;
 
 constexpr PP_Instance kInstance = -4711;
 
-class LoadedProbe : public LoadedModule {
+class LoadedExtensionProbe : public LoadedModule {
   public:
-    explicit LoadedProbe(const void* extension, host::PluginHost::Options options = {})
+    explicit LoadedExtensionProbe(const void* extension, host::PluginHost::Options options = {})
         : LoadedModule("libextension_probe.so", "makeExtension", extension, std::move(options)) {}
 
     std::unique_ptr<ExtensionProbe> makeExtension(PP_Instance instance) const {
@@ -94,7 +94,7 @@ class AnExtension : public ::testing::Test {
     }
 
     FakeExtension m_fake;
-    LoadedProbe m_probe;
+    LoadedExtensionProbe m_probe;
     std::unique_ptr<ExtensionProbe> m_extension;
 };
 
@@ -348,7 +348,7 @@ class ANearlyRightEmbedder : public ::testing::TestWithParam<Value> {};
 TEST_P(ANearlyRightEmbedder, IsNotValid) {
     FakeExtension fake;
     fake.m_name = GetParam();
-    const LoadedProbe probe(fake.table());
+    const LoadedExtensionProbe probe(fake.table());
     EXPECT_FALSE(probe.makeExtension(kInstance)->isValid());
 }
 
@@ -374,7 +374,7 @@ class AMissingExtension : public ::testing::Test {
     }
 
     int m_lookups = 0;
-    LoadedProbe m_probe;
+    LoadedExtensionProbe m_probe;
     std::unique_ptr<ExtensionProbe> m_extension;
 };
 
@@ -403,10 +403,10 @@ TEST_F(AMissingExtension, IsLookedUpOnce) {
 TEST(TwoLoadsOfTheModule, StartAfresh) {
     FakeExtension fake;
     {
-        const LoadedProbe probe(nullptr);
+        const LoadedExtensionProbe probe(nullptr);
         EXPECT_FALSE(probe.makeExtension(kInstance)->isValid());
     }
-    const LoadedProbe probe(fake.table());
+    const LoadedExtensionProbe probe(fake.table());
     EXPECT_TRUE(probe.makeExtension(kInstance)->isValid());
 }
 

@@ -32,9 +32,9 @@ constexpr char kGreen[] = "\033[0;32m";
 constexpr char kYellow[] = "\033[0;33m";
 constexpr char kRed[] = "\033[0;31m";
 
-class LoadedProbe : public LoadedModule {
+class LoadedHandlerProbe : public LoadedModule {
   public:
-    explicit LoadedProbe(const void* extension)
+    explicit LoadedHandlerProbe(const void* extension)
         : LoadedModule("libhandler_probe.so", "handlerProbes", extension, {}) {}
 
     const HandlerProbes* operator->() const {
@@ -105,7 +105,7 @@ class AHandler : public ::testing::Test {
     }
 
     FakeExtension m_fake;
-    LoadedProbe m_probe;
+    LoadedHandlerProbe m_probe;
     PP_Instance m_page = 0;
     std::unique_ptr<HandlerProbe> m_handler;
 

@@ -14,7 +14,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr const char* kAccount = R"({
+constexpr const char* kControlAccount = R"({
     "account": {"loginId": "login-1", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1"},
     "terms": {"agreed-1": "agreed"}})";
 
@@ -124,7 +124,7 @@ TEST_F(AnObserver, SeesACallBeforeItHasAnyEffectOnTheCallingThread) {
 using ATextObserver = TheClientLibrary;
 
 TEST_F(ATextObserver, SeesTheTextsThatCallersHaveToRelease) {
-    useAccount(kAccount);
+    useAccount(kControlAccount);
     struct Seen {
         std::string function;
         const char* address;
@@ -154,7 +154,7 @@ TEST_F(ATextObserver, SeesTheTextsThatCallersHaveToRelease) {
     std::free(guid);
     std::free(token);
     sso_api_control_set_text_observer(nullptr, nullptr);
-    useAccount(kAccount);
+    useAccount(kControlAccount);
     EXPECT_EQ(TheClientLibrary::guid(), "0 guid-1");
     EXPECT_EQ(seen.size(), 2U);
 }
@@ -200,7 +200,7 @@ TEST_F(AnObserver, HasEndedOnEveryThreadOnceItIsTakenAway) {
 }
 
 TEST_F(ATextObserver, HasEndedOnEveryThreadOnceItIsTakenAway) {
-    useAccount(kAccount);
+    useAccount(kControlAccount);
     SlowObserver slow;
     sso_api_control_set_text_observer(
         [](const char*, const char*, void* user) { static_cast<SlowObserver*>(user)->run(); },
@@ -378,7 +378,7 @@ TEST_F(AnOperation, CanBeFinishedBeforeItEndsByItself) {
 using AnOrderedAnswer = TheClientLibrary;
 
 TEST_F(AnOrderedAnswer, TakesThePlaceOfTheAccounts) {
-    useAccount(kAccount);
+    useAccount(kControlAccount);
     const int state = 42;
     sso_login_info info{};
     std::strcpy(info.login_id, "login-2");
@@ -410,7 +410,7 @@ TEST_F(AnOrderedAnswer, TakesThePlaceOfTheAccounts) {
 }
 
 TEST_F(AnOrderedAnswer, WithoutAValueLeavesTheCallersAlone) {
-    useAccount(kAccount);
+    useAccount(kControlAccount);
     const SsoApiAnswer answer{0, nullptr, nullptr, nullptr};
     for (const char* query : {"sso_get_login_state", "sso_get_term_state", "sso_get_login_info",
                               "sso_get_guid", "sso_get_auth_token"}) {
@@ -470,17 +470,17 @@ using AReplacedAccount = TheClientLibrary;
 
 TEST_F(AReplacedAccount, IsThereAtOnce) {
     EXPECT_EQ(guid(), "-2 untouched");
-    useAccount(kAccount);
+    useAccount(kControlAccount);
     EXPECT_EQ(guid(), "0 guid-1");
     EXPECT_EQ(add("a", "p", "u"), "0");
-    useAccount(kAccount);
+    useAccount(kControlAccount);
     EXPECT_EQ(list("a", "p"), "0 []");  // as it is written, not as it has become
     EXPECT_EQ(sso_api_control_set_account(nullptr), 0);
     EXPECT_EQ(guid(), "-2 untouched");
 }
 
 TEST_F(AReplacedAccount, IsTheOldOneWhenTheNewOneIsBad) {
-    useAccount(kAccount);
+    useAccount(kControlAccount);
     EXPECT_EQ(add("a", "p", "u"), "0");
     ::testing::internal::CaptureStderr();
     EXPECT_EQ(sso_api_control_set_account("{\n\"signedIn\": 1}"), -4);

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr const char* kAccount = R"({
+constexpr const char* kProcessAccount = R"({
     "account": {"loginId": "login-1", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1"},
     "popups": {"login": {"state": "closed", "delayMs": 0}},
     "clients": [{"id": "client", "secret": "secret", "token": "token-1"}]})";
@@ -32,7 +32,7 @@ class AProcess : public ::testing::Test {
         return result.output;
     }
 
-    std::string account(const std::string& content = kAccount) {
+    std::string account(const std::string& content = kProcessAccount) {
         return m_folder.write("account.json", content);
     }
 
@@ -93,7 +93,7 @@ TEST_F(AProcess, WithABadFileSaysSoOnceAndHasNobodySignedIn) {
 
 TEST_F(AProcess, ThatIsGivenAnAccountNeedsNoFile) {
     EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + m_folder.path("none"),
-                       {std::string("account=") + kAccount, "guid"}),
+                       {std::string("account=") + kProcessAccount, "guid"}),
               "account 0\nguid 0 guid-1\n");
     EXPECT_EQ(m_errors, "");
 }

@@ -9,14 +9,14 @@
 
 namespace {
 
-constexpr const char* kAccount = R"({
+constexpr const char* kQueriesAccount = R"({
     "account": {"loginId": "login-1", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1"},
     "terms": {"agreed-1": "agreed", "open-1": "notAgreed", "": "agreed"}})";
 
 using AQuery = TheClientLibrary;
 
 TEST_F(AQuery, TellsOfTheSignedInAccount) {
-    useAccount(kAccount);
+    useAccount(kQueriesAccount);
     EXPECT_EQ(loginState(), "0 1");
     EXPECT_EQ(termState("agreed-1"), "0 1");
     EXPECT_EQ(termState("open-1"), "0 0");
@@ -36,7 +36,7 @@ TEST_F(AQuery, FailsWhenNobodyIsSignedIn) {
 }
 
 TEST_F(AQuery, FailsWhenTheAccountIsSignedOut) {
-    std::string account = kAccount;
+    std::string account = kQueriesAccount;
     account.replace(1, 0, R"("signedIn": false, )");
     useAccount(account);
     EXPECT_EQ(loginState(), "0 0");
@@ -47,7 +47,7 @@ TEST_F(AQuery, FailsWhenTheAccountIsSignedOut) {
 }
 
 TEST_F(AQuery, RefusesNullPointersSignedInOrNot) {
-    for (const char* account : {kAccount, static_cast<const char*>(nullptr)}) {
+    for (const char* account : {kQueriesAccount, static_cast<const char*>(nullptr)}) {
         ASSERT_EQ(sso_api_control_set_account(account), 0);
         int state = 77;
         EXPECT_EQ(sso_get_login_state(nullptr), -4);
@@ -61,7 +61,7 @@ TEST_F(AQuery, RefusesNullPointersSignedInOrNot) {
 }
 
 TEST_F(AQuery, GivesEachCallerACopyToRelease) {
-    useAccount(kAccount);
+    useAccount(kQueriesAccount);
     char* one = nullptr;
     char* two = nullptr;
     ASSERT_EQ(sso_get_guid(&one), 0);
@@ -89,7 +89,7 @@ TEST_F(AQuery, FillsTheWholeLoginRecord) {
     EXPECT_EQ(info.login_id, longest);
     EXPECT_EQ(info.uid, widest);
     EXPECT_EQ(std::string(info.reserved, sizeof info.reserved), std::string(896, '\0'));
-    useAccount(kAccount);
+    useAccount(kQueriesAccount);
     std::memset(&info, '#', sizeof info);
     ASSERT_EQ(sso_get_login_info(&info), 0);
     EXPECT_EQ(std::string(info.login_id, 256), "login-1" + std::string(249, '\0'));

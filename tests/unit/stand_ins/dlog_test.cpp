@@ -1,9 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <regex>
 #include <string>
@@ -16,6 +20,19 @@
 
 namespace {
 
+int g_askedForLocalTime = 0;
+
+}  // namespace
+
+// As a browser's child process has it: there the answer comes from the browser's process.
+extern "C" __attribute__((visibility("default"))) tm* localtime_r(const time_t* time, tm* result) {
+    ++g_askedForLocalTime;
+    return gmtime_r(time, result);
+}
+
+namespace {
+
+using ::testing::AnyOf;
 using ::testing::ElementsAre;
 
 struct Line {
@@ -88,14 +105,33 @@ TEST_F(ASink, IsNotTakenAwayWhileItRuns) {
                              [] { dlog_control_set_sink(nullptr, nullptr); });
 }
 
-/// Logs in a child process, whose environment the service reads afresh.
-class TheLogFile : public ::testing::Test {
+/// Logs in a child process, which reads the environment afresh.
+class TheLogService : public ::testing::Test {
   protected:
-    TheLogFile() : m_path(::testing::TempDir() + "dlog_test." + std::to_string(getpid())) {}
+    ~TheLogService() override {
+        for (const char* name : {"DLOG_FILE", "DLOG_LEVEL", "TZ"}) {
+            unsetenv(name);
+        }
+    }
+};
+
+class TheLogFile : public TheLogService {
+  protected:
+    TheLogFile() : m_path(::testing::TempDir() + "dlog_test." + std::to_string(getpid())) {
+        setenv("DLOG_FILE", m_path.c_str(), 1);
+    }
     ~TheLogFile() override { std::remove(m_path.c_str()); }
 
+    std::vector<std::string> lines() const {
+        std::vector<std::string> lines;
+        std::ifstream file(m_path);
+        for (std::string line; std::getline(file, line);) {
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
     std::vector<std::string> logged(const char* level) {
-        setenv("DLOG_FILE", m_path.c_str(), 1);
         if (level != nullptr) {
             setenv("DLOG_LEVEL", level, 1);
         }
@@ -107,11 +143,10 @@ class TheLogFile : public ::testing::Test {
                 _exit(0);
             },
             ::testing::ExitedWithCode(0), "");
-        std::vector<std::string> lines;
-        std::ifstream file(m_path);
-        for (std::string line; std::getline(file, line);) {
+        std::vector<std::string> lines = this->lines();
+        for (std::string& line : lines) {
             const std::regex head(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} (.)/TAG\( *\d+: *\d+\) (.*))");
-            lines.push_back(std::regex_replace(line, head, "$1 $2"));
+            line = std::regex_replace(line, head, "$1 $2");
         }
         return lines;
     }
@@ -135,7 +170,106 @@ TEST_F(TheLogFile, LeavesDetailOutAtLevelFlow) {
 
 TEST_F(TheLogFile, HoldsNothingAtLevelSilent) { EXPECT_THAT(logged("silent"), ElementsAre()); }
 
-TEST(TheLogService, SaysWhichLevelItDoesNotKnow) {
+/// The month, day, hour and minute of a place at which it is so many seconds more than in Greenwich.
+std::string minuteAt(long secondsAhead) {
+    const std::time_t time = std::time(nullptr) + secondsAhead;
+    tm there{};
+    gmtime_r(&time, &there);
+    std::array<char, 32> text{};
+    const std::size_t size = std::strftime(text.data(), text.size(), "%m-%d %H:%M", &there);
+    return {text.data(), size};
+}
+
+TEST_F(TheLogFile, HasLocalTimeOfThisProcessAndAsksNoOther) {
+    setenv("TZ", "Here-5:45", 1);
+    constexpr long kAhead = (5 * 60 + 45) * 60L;
+    const std::string before = minuteAt(kAhead);
+    EXPECT_EXIT(
+        {
+            __dlog_print(0, 4, "TAG", "text");
+            _exit(g_askedForLocalTime);
+        },
+        ::testing::ExitedWithCode(0), "");
+    ASSERT_EQ(lines().size(), 1U);
+    EXPECT_THAT(lines()[0].substr(0, before.size()), AnyOf(before, minuteAt(kAhead)));
+}
+
+TEST_F(TheLogFile, HasWholeLinesOfTheLongestTextAndTag) {
+    const std::string tag(100, 't');
+    const std::string text(5000, 'x');
+    EXPECT_EXIT(
+        {
+            __dlog_print(2, 5, tag.c_str(), "%s", text.c_str());
+            __dlog_print(7, 9, nullptr, "next");
+            _exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
+    ASSERT_EQ(lines().size(), 2U);
+    const std::string time = R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
+    EXPECT_TRUE(std::regex_match(
+        lines()[0].substr(0, lines()[0].size() - 4095),
+        std::regex(time + "W/" + std::string(64, 't') + R"(\( *\d+: *\d+\) \[system\] )")));
+    EXPECT_EQ(lines()[0].substr(lines()[0].size() - 4095), std::string(4095, 'x'));
+    EXPECT_TRUE(
+        std::regex_match(lines()[1], std::regex(time + R"(\?/\( *\d+: *\d+\) \[\?\] next)")));
+}
+
+TEST_F(TheLogFile, NamesTheProcessAndTheThreadAlsoAfterAFork) {
+    EXPECT_EXIT(
+        {
+            __dlog_print(0, 4, "TAG", "%d %d", getpid(), gettid());
+            std::thread([] { __dlog_print(0, 4, "TAG", "%d %d", getpid(), gettid()); }).join();
+            const pid_t child = fork();
+            if (child == 0) {
+                __dlog_print(0, 4, "TAG", "%d %d", getpid(), gettid());
+                _exit(0);
+            }
+            _exit(waitpid(child, nullptr, 0) == child ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    ASSERT_EQ(lines().size(), 3U);
+    for (const std::string& line : lines()) {
+        const std::regex numbers(R"(.*\( *(\d+): *(\d+)\) \[main\] (\d+) (\d+))");
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(line, match, numbers)) << line;
+        EXPECT_EQ(match[1], match[3]);
+        EXPECT_EQ(match[2], match[4]);
+    }
+}
+
+TEST_F(TheLogFile, DoesNotEvenLookAtTheTextOfALineThatTheLevelDrops) {
+    const char* const nowhere = reinterpret_cast<const char*>(1);
+    setenv("DLOG_LEVEL", "flow", 1);
+    EXPECT_EXIT(_exit(__dlog_print(0, 4, "TAG", "%s", nowhere)), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(_exit(__dlog_print(0, 5, "TAG", "%s", "six...")), ::testing::ExitedWithCode(6), "");
+}
+
+TEST_F(TheLogService, MakesOneWriteOfALine) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()), 0);  // keeps writes apart
+    const std::string longText(4095, 'x');
+    EXPECT_EXIT(
+        {
+            dup2(ends[1], STDERR_FILENO);
+            __dlog_print(0, 4, "TAG", "text");
+            __dlog_print(0, 4, "TAG", "%s", longText.c_str());
+            _exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
+    close(ends[1]);
+    for (const std::string& text : {std::string("text"), longText}) {
+        std::array<char, 8192> packet{};
+        const ssize_t size = read(ends[0], packet.data(), packet.size());
+        ASSERT_GT(size, 0);
+        const std::string line(packet.data(), static_cast<std::size_t>(size));
+        EXPECT_EQ(line.substr(line.rfind(' ')), " " + text + "\n");
+    }
+    char end = 0;
+    EXPECT_EQ(read(ends[0], &end, 1), 0);
+    close(ends[0]);
+}
+
+TEST_F(TheLogService, SaysWhichLevelItDoesNotKnow) {
     setenv("DLOG_LEVEL", "loud", 1);
     EXPECT_EXIT(
         {
@@ -146,7 +280,7 @@ TEST(TheLogService, SaysWhichLevelItDoesNotKnow) {
         "dlog: DLOG_LEVEL is \"loud\"; it must be detail, flow or silent\n.*text\n");
 }
 
-TEST(TheLogService, SaysWhichFileItCannotWriteAndGoesOn) {
+TEST_F(TheLogService, SaysWhichFileItCannotWriteAndGoesOn) {
     setenv("DLOG_FILE", "/nowhere/log", 1);
     EXPECT_EXIT(
         {

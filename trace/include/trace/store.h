@@ -6,6 +6,7 @@
 #include <boost/bind/bind.hpp>
 #include <cstring>
 #include <typeinfo>
+#include <utility>
 
 #include "ht.h"
 
@@ -14,12 +15,30 @@ namespace trace {
 /// The tag of a stored text in an item's type record.
 constexpr std::uint16_t kTextTag = 16383;
 
-inline void write(ht::TSCallItemHelper* item, const char* text) {
+// What follows is no part of the places where texts are stored: there are many, and a text is stored
+// seldom.
+
+[[gnu::noinline]] inline void write(ht::TSCallItemHelper* item, const char* text) {
     if (text != nullptr) {
         item->writer->Write(text, std::strlen(text));
     } else {
         item->writer->WriteNull();
     }
+}
+
+[[gnu::noinline]] inline void keep(ht::TSCallItemHelper* item,
+                                   ht::TSCallItemHelper::Formatter formatter) {
+    item->formatters.push_back(std::move(formatter));
+}
+
+[[gnu::noinline]] inline void recordType(ht::TSCallItemHelper* item) {
+    const char* name = typeid(const char*).name();
+    if (*name == '*') {  // marks a name that is compared by address
+        ++name;
+    }
+    item->typeNames.push_back(ht::TSDemangler::Demangle(name));
+    item->kinds.push_back(static_cast<std::uint8_t>(item->flags));
+    item->tags.push_back(kTextTag);
 }
 
 /// TCScopeContainer::m_Store() for a place that has it expanded there: a scope's own name, of which
@@ -32,20 +51,12 @@ template <typename Literal>
         write(item, value);
     }
     if ((item->flags & Item::kWriteLater) != 0) {
-        // Bound by its own type: each size of literal has a formatter of its own. Made before it is
-        // appended, so that all sizes share the code by which the list grows.
-        item->formatters.push_back(Item::Formatter(
-            boost::bind(&TCScopeContainer::m_VoidToType<Literal>, container,
-                        boost::placeholders::_1, reinterpret_cast<Literal*>(value))));
+        // Bound by its own type: each size of literal has a formatter of its own.
+        keep(item, boost::bind(&TCScopeContainer::m_VoidToType<Literal>, container,
+                               boost::placeholders::_1, reinterpret_cast<Literal*>(value)));
     }
     if (item->recordsTypes) {
-        const char* name = typeid(const char*).name();
-        if (*name == '*') {  // marks a name that is compared by address
-            ++name;
-        }
-        item->typeNames.push_back(ht::TSDemangler::Demangle(name));
-        item->kinds.push_back(static_cast<std::uint8_t>(item->flags));
-        item->tags.push_back(kTextTag);
+        recordType(item);
     }
     item->flags = Item::kWriteAtOnce;  // what follows in this call needs no formatter
 }

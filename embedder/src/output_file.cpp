@@ -1,0 +1,19 @@
+#include "embedder/output_file.h"
+
+#include <string>
+
+namespace embedder {
+
+std::FILE* openOutputFile(const std::filesystem::path& path, const char* what) {
+    std::error_code error;
+    const auto type = std::filesystem::status(path, error).type();
+    const bool fits = type == std::filesystem::file_type::not_found ||
+                      type == std::filesystem::file_type::regular ||
+                      type == std::filesystem::file_type::character;
+    std::FILE* file = fits ? std::fopen(path.c_str(), "we") : nullptr;
+    if (file == nullptr)
+        throw InputError(std::string(what) + " " + path.string() + " cannot be written");
+    return file;
+}
+
+}  // namespace embedder

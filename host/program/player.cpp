@@ -1,0 +1,187 @@
+#include "player.h"
+
+#include <algorithm>
+#include <iostream>
+#include <optional>
+
+#include "embedder/commands.h"
+#include "host/value_json.h"
+
+namespace {
+
+using embedder::MessageJournal;
+using host::Value;
+
+host::HostOptions optionsFor(const CommandLine& commandLine) {
+    host::HostOptions options;
+    options.modulePath = commandLine.common.module;
+    options.onConsole = [](const std::string& line) {
+        // In one piece, as other threads write too.
+        std::cerr << "sso-host: console: " + line + "\n";
+    };
+    return options;
+}
+
+std::string commandOf(const Value& message) {
+    const bool hasCommand = message.isDictionary() && message.has("command");
+    return hasCommand && message["command"].isString() ? message["command"].asString() : "";
+}
+
+bool isRefusal(const Value& answer, const char* key) {
+    return answer.isDictionary() && answer.has(key) && answer[key] == Value(embedder::kRefused);
+}
+
+Value numberValue(std::size_t number) {
+    if (number <= 0x7fffffff) return static_cast<std::int32_t>(number);
+    return static_cast<double>(number);
+}
+
+}  // namespace
+
+Player::Player(const CommandLine& commandLine, JsonLines& output, JsonLines* messages)
+    : m_output(output),
+      m_writesMessages(messages != nullptr),
+      m_journal([messages](const std::string& line) {
+          if (messages != nullptr) messages->writeLine(line);
+      }),
+      m_watch(commandLine.common.module, commandLine.moduleTimeout),
+      m_session([&] {
+          const ModuleWatch::Step step(m_watch, "start");
+          return host::Session(optionsFor(commandLine), commandLine.application,
+                               [this](const host::Event& event) { onEvent(event); });
+      }()) {
+    m_watch.onStarted();
+}
+
+void Player::play(std::size_t number, const std::string& line) {
+    m_current = {number, ""};
+    try {
+        handle(parseRequest(line));
+    } catch (const host::RequestError& error) {
+        tellError(m_current, error.what());
+    }
+}
+
+void Player::handle(const Request& request) {
+    switch (request.verb) {
+        case Request::Verb::Post:
+            m_current.command = commandOf(request.value);
+            return post(instanceFor(request), request.value);
+        case Request::Verb::Call:
+            m_current.command = commandOf(request.value);
+            return call(instanceFor(request), request.value, request.timeout);
+        case Request::Verb::Embed: {
+            const ModuleWatch::Step step(m_watch, "make an instance");
+            m_session.embed(request.attributes, request.application);
+            return;
+        }
+        case Request::Verb::Destroy: {
+            const ModuleWatch::Step step(m_watch, "remove an instance");
+            m_session.destroy(*request.instance);
+            return m_journal.forget(*request.instance);
+        }
+        case Request::Verb::Unregister: {
+            const ModuleWatch::Step step(m_watch, "let its message handler go");
+            return m_session.unregister(*request.instance);
+        }
+        case Request::Verb::Wait:
+            return m_session.wait(request.count, request.timeout);
+        case Request::Verb::Nothing:
+            return;
+    }
+}
+
+std::string Player::shown(const Value& message) const {
+    return m_writesMessages ? host::writeJson(message) : "";
+}
+
+void Player::post(std::int32_t instance, const Value& value) {
+    {
+        // The answer may be there before this returns, and asks for the line.
+        const std::lock_guard lock(m_mutex);
+        m_lines[m_journal.posted(instance, shown(value), m_current.command)] = m_current.line;
+    }
+    m_session.post(instance, value);
+}
+
+void Player::call(std::int32_t instance, const Value& value, std::chrono::milliseconds timeout) {
+    m_call = m_journal.called(instance, shown(value), m_current.command);
+    m_session.call(instance, value, timeout);
+}
+
+std::int32_t Player::instanceFor(const Request& request) {
+    if (!request.recordedInstance) return m_session.numberFor(request.instance);
+    const auto known = m_recorded.find(*request.recordedInstance);
+    if (known != m_recorded.end()) return m_session.numberFor(known->second);
+    std::int32_t instance = 0;
+    if (m_recorded.empty()) {
+        instance = m_session.numberFor(std::nullopt);
+    } else {
+        const ModuleWatch::Step step(m_watch, "make an instance");
+        instance = m_session.embed({}, std::nullopt);
+    }
+    m_recorded[*request.recordedInstance] = instance;
+    return instance;
+}
+
+void Player::onEvent(const host::Event& event) {
+    const bool isMessage = event.name == "message";
+    const bool isReply = event.name == "reply";
+    const Origin origin = isMessage ? answeredBy(event) : m_current;
+    if (isReply) m_journal.replied(m_call, shown(event.value));
+    Fields fields = {{"time", embedder::isoTime(event.time)}, {"instance", event.instance}};
+    if (origin.line != 0) fields.emplace_back("line", numberValue(origin.line));
+    if ((isMessage || isReply) && !origin.command.empty()) {
+        fields.emplace_back("command", origin.command);
+    }
+    fields.emplace_back(event.name, event.value);
+    m_output.write(fields);
+    const bool isRefused = (isMessage && isRefusal(event.value, "status")) ||
+                           (isReply && isRefusal(event.value, "code"));
+    if (isRefused) tellRefusal(origin.command);
+}
+
+Player::Origin Player::answeredBy(const host::Event& message) {
+    const std::lock_guard lock(m_mutex);
+    const auto asked =
+        m_journal.answered(message.instance, shown(message.value), commandOf(message.value));
+    if (!asked) return {};
+    const auto line = m_lines.extract(asked->number);
+    return {line.empty() ? 0 : line.mapped(), asked->command};
+}
+
+void Player::tellRefusal(const std::string& command) {
+    ++m_refusals;
+    if (!m_toldRefusals.insert(command).second) return;
+    std::cerr << "sso-host: " + embedder::explainRefusal(command) + "\n";
+}
+
+void Player::tellError(const Origin& origin, const std::string& reason) {
+    m_hadErrors = true;
+    Value::Dictionary error = {{"line", numberValue(origin.line)}, {"reason", reason}};
+    if (!origin.command.empty()) error["command"] = origin.command;
+    m_output.write({{"error", error}});
+}
+
+std::vector<MessageJournal::Asked> Player::unanswered() const {
+    std::vector<MessageJournal::Asked> posts = m_journal.unanswered();
+    // Of a call without a reply its line has told.
+    posts.erase(std::remove_if(posts.begin(), posts.end(),
+                               [](const auto& request) { return request.blocking; }),
+                posts.end());
+    return posts;
+}
+
+void Player::finish(std::chrono::milliseconds linger) {
+    m_session.waitUntil([this] { return unanswered().empty(); }, linger);
+    const std::lock_guard lock(m_mutex);
+    for (const auto& request : unanswered()) {
+        tellError({m_lines.at(request.number), request.command},
+                  "the post has no answer at the end of the run");
+    }
+}
+
+std::vector<std::string> Player::unload() {
+    const ModuleWatch::Step step(m_watch, "end");
+    return m_session.unload();
+}
