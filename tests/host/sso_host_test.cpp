@@ -173,11 +173,15 @@ TEST(ThePlugin, ShowsTheLoginPageForAPost) {
         {"--grant", "partner"}, {R"({"post":{"command":"sso_plugin_show_login_page","data":"x"}})",
                                  R"({"wait":1,"timeout":30})"});
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.errors, IsEmpty());
+    EXPECT_THAT(
+        result.errorLines(),
+        ElementsAre(
+            "sso_api: there is no account, so nobody can sign in; --account FILE of sso-host "
+            "and sso-browser gives one, such as account/examples/signed-out.json"));
     EXPECT_THAT(eventsOf(result),
                 ElementsAre(message(1, Value::Dictionary{{"command", "sso_plugin_show_login_page"},
                                                          {"status", 0},
-                                                         {"state", 0}})));
+                                                         {"state", 2}})));
 }
 
 TEST(ThePlugin, TakesItsPrivilegesFromAManifestOrByName) {
