@@ -74,7 +74,8 @@ TEST_F(AProcess, ReadsItsFileNotBefore) {
     const std::string path = account();
     EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + path, {"give", "spoil=" + path, "guid"}),
               "guid -2 null\n");
-    EXPECT_EQ(m_errors, "sso_api: " + path + ":1: is not JSON in UTF-8\n");
+    EXPECT_EQ(m_errors,
+              "sso_api: " + path + ":1:1: is not JSON: its only words are true, false and null\n");
 }
 
 TEST_F(AProcess, ReadsItsFileOnce) {
