@@ -80,6 +80,18 @@ std::string lineOf(const DlogRecord& record) {
     return std::string(head.data()) + record.text + '\n';
 }
 
+/// Takes "\033[0;32m" and the like away.
+void removeColours(std::string& line) {
+    for (std::size_t at = 0; (at = line.find("\033[", at)) != std::string::npos;) {
+        const std::size_t end = line.find_first_not_of("0123456789;", at + 2);
+        if (end == std::string::npos || line[end] != 'm') {
+            at += 2;  // something else
+        } else {
+            line.erase(at, end + 1 - at);
+        }
+    }
+}
+
 }  // namespace
 
 void writeRecord(const DlogRecord& record) {
@@ -88,7 +100,11 @@ void writeRecord(const DlogRecord& record) {
         return;
     }
     static const int output = openOutput();
-    const std::string line = lineOf(record);
+    static const bool hasColours = isatty(output) == 1;
+    std::string line = lineOf(record);
+    if (!hasColours) {
+        removeColours(line);
+    }
     // One write, so that lines of several threads and processes stay whole. A log that cannot be
     // written must not stop what it reports on.
     const ssize_t written = write(output, line.data(), line.size());
