@@ -3,7 +3,6 @@
 #include <utility>
 
 namespace account {
-namespace {
 
 Outcome outcomeOf(PopupState state) {
     switch (state) {
@@ -18,25 +17,27 @@ Outcome outcomeOf(PopupState state) {
     return Outcome::Ok;
 }
 
-}  // namespace
-
 Account::Account(Description description) : m_now(std::move(description)) {}
 
 bool Account::isSignedIn() const { return m_now.signedIn && m_now.identity; }
 
-Outcome Account::endLogin(PopupState state) {
-    if (state == PopupState::Completed) {
-        m_now.signedIn = true;
+PopupState Account::endLogin(PopupState state) {
+    if (state != PopupState::Completed) {
+        return state;
     }
-    return outcomeOf(state);
+    if (!m_now.identity) {
+        return PopupState::Failed;
+    }
+    m_now.signedIn = true;
+    return PopupState::Completed;
 }
 
-Outcome Account::endTerms(PopupState state, const std::string& termsId) {
+PopupState Account::endTerms(PopupState state, const std::string& termsId) {
     const auto found = m_now.agreements.find(termsId);
     if (state == PopupState::Completed && isSignedIn() && found != m_now.agreements.end()) {
         found->second = true;
     }
-    return outcomeOf(state);
+    return state;
 }
 
 Result<Identity> Account::identity() const {

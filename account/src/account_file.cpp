@@ -1,19 +1,13 @@
 #include "account/account_file.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <optional>
-#include <system_error>
 #include <utility>
-
-#include "file_value.h"
 
 namespace account {
 namespace {
 
-constexpr std::size_t kLargestFile = std::size_t{1024} * 1024;
 constexpr int kLongestDelayMs = 600000;
 /// A file names the operations that fail by the functions of the client library, sso_api.h.
 constexpr std::pair<const char*, Operation> kOperations[] = {
@@ -30,7 +24,7 @@ constexpr std::pair<const char*, Operation> kOperations[] = {
     {"sso_get_auth_token", Operation::GetAuthToken},
 };
 
-using Value = FileValue;
+using Value = base::FileValue;
 constexpr auto kOptional = Value::Member::Optional;
 constexpr auto kRequired = Value::Member::Required;
 
@@ -168,43 +162,16 @@ Description description(const Value& whole) {
     return read;
 }
 
-std::string contentOf(const std::string& path) {
-    namespace fs = std::filesystem;
-    const auto fail = [&](const std::string& what) { throw AccountFileError(path + ": " + what); };
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (status.type() == fs::file_type::not_found) {
-        fail("no such file");
-    }
-    // A folder opens like a file and only then fails to read; a pipe would block.
-    if (!error && !fs::is_regular_file(status)) {
-        fail("is not a file");
-    }
-    std::ifstream file(path, std::ios::binary);
-    std::string content(kLargestFile + 1, '\0');
-    file.read(content.data(), static_cast<std::streamsize>(content.size()));
-    if (!file.is_open() || file.bad()) {
-        fail("cannot be read");
-    }
-    content.resize(static_cast<std::size_t>(file.gcount()));
-    if (content.size() > kLargestFile) {
-        fail("is larger than 1 MiB");
-    }
-    return content;
-}
-
 }  // namespace
 
 Description readAccountFile(const std::string& path) {
-    return parseAccountFile(contentOf(path), path);
+    return parseAccountFile(base::readFile(path), path);
 }
 
 Description parseAccountFile(std::string_view json, const std::string& name) {
-    try {
-        return description({name, parseJson(json)});
-    } catch (const JsonError& error) {
-        throw AccountFileError(name + ":" + std::to_string(error.line) + ": " + error.what());
-    }
+    Description read;
+    Value::readAll(name, json, [&](const Value& whole) { read = description(whole); });
+    return read;
 }
 
 }  // namespace account

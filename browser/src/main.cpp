@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -167,7 +168,10 @@ int main(int argc, char** argv) {
         if (const int* exitCode = std::get_if<int>(&parsed)) return *exitCode;
         return run(std::get<browser::Options>(parsed));
     } catch (const embedder::InputError& error) {
-        std::fprintf(stderr, "sso-browser: %s\n", error.what());
+        std::istringstream mistakes(error.what());
+        for (std::string line; std::getline(mistakes, line);) {
+            std::fprintf(stderr, "sso-browser: %s\n", line.c_str());
+        }
         return embedder::kExitBadInput;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "sso-browser: %s\n", error.what());

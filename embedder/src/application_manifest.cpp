@@ -1,91 +1,69 @@
 #include "embedder/application_manifest.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
+
+#include "base/file_value.h"
 
 namespace embedder {
 namespace {
 
-using nlohmann::json;
+using base::FileValue;
 
 constexpr const char* kPrivilegePath = SSO_PRIVILEGE_ORIGIN "/privilege/";
+constexpr const char* kLeast =
+    R"({ "name": "My application", "start": "index.html", "privileges": ["sso.partner"] })";
+constexpr std::size_t kLongestText = 1024;
 
-[[noreturn]] void fail(const std::string& path, const std::string& what) {
-    throw ManifestError(path + ": " + what);
-}
-
-std::string readFile(const std::string& path) {
-    std::error_code error;
-    // A folder opens like a file and only then fails to read; a pipe would block.
-    if (!std::filesystem::exists(path, error)) fail(path, "no such file");
-    if (!std::filesystem::is_regular_file(path, error)) fail(path, "is not a file");
-    std::ifstream file(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (!file) fail(path, "cannot be read");
-    return text;
-}
-
-json parseObject(const std::string& path) {
-    const std::string text = readFile(path);
-    try {
-        json value = json::parse(text);
-        if (!value.is_object()) fail(path, "must hold one JSON object");
-        return value;
-    } catch (const json::parse_error& error) {
-        // The library's own message quotes the input, which may hold line ends.
-        const std::size_t end = std::min(error.byte == 0 ? 0 : error.byte - 1, text.size());
-        const auto line =
-            1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
-        fail(path, "is not JSON, see line " + std::to_string(line));
-    } catch (const json::out_of_range&) {
-        fail(path, "is not JSON that can be read: a number is out of range");
-    }
-}
-
-std::string requiredText(const std::string& path, const json& object, const char* key) {
-    const auto found = object.find(key);
-    if (found == object.end()) fail(path, std::string("\"") + key + "\" is missing");
-    if (!found->is_string() || found->get_ref<const std::string&>().empty()) {
-        fail(path, std::string("\"") + key + "\" must be a text that is not empty");
-    }
-    return *found;
-}
-
-std::string startPage(const std::string& path, const json& object) {
-    std::string start = requiredText(path, object, "start");
+std::string startPage(const FileValue& value) {
+    const std::string& start = value.filledText(kLongestText);
     const std::filesystem::path normal = std::filesystem::path(start).lexically_normal();
     if (normal.is_absolute() || *normal.begin() == "..") {
-        fail(path, "\"start\" must name a file inside the application's folder");
+        value.fail("must name a file inside the application's folder");
     }
-    if (!normal.has_filename() || normal == ".") fail(path, "\"start\" must name a file");
+    if (!normal.has_filename() || normal == ".") value.fail("must name a file");
     return start;
 }
 
-std::set<std::string> privileges(const std::string& path, const json& object) {
-    const auto found = object.find("privileges");
-    if (found == object.end()) return {};
-    if (!found->is_array()) fail(path, "\"privileges\" must be an array of texts");
-    std::set<std::string> identifiers;
-    for (const json& name : *found) {
-        if (!name.is_string()) fail(path, "\"privileges\" must be an array of texts");
-        try {
-            identifiers.insert(privilegeIdentifier(name));
-        } catch (const ManifestError& error) {
-            fail(path, std::string("\"privileges\": ") + error.what());
-        }
+std::string privilege(const FileValue& value) {
+    const std::string& name = value.text(kLongestText);
+    try {
+        return privilegeIdentifier(name);
+    } catch (const ManifestError& error) {
+        value.fail(error.what());
     }
-    return identifiers;
+}
+
+ApplicationManifest manifest(const FileValue& whole) {
+    ApplicationManifest read;
+    constexpr auto kRequired = FileValue::Member::Required;
+    whole.object({
+        {"name", kRequired,
+         [&](const FileValue& value) { read.name = value.filledText(kLongestText); }},
+        {"start", kRequired, [&](const FileValue& value) { read.start = startPage(value); }},
+        {"privileges", kRequired,
+         [&](const FileValue& value) {
+             value.array([&](const FileValue& one) { read.privileges.insert(privilege(one)); });
+         }},
+    });
+    return read;
 }
 
 }  // namespace
 
 ApplicationManifest readManifest(const std::string& path) {
-    const json object = parseObject(path);
-    return {requiredText(path, object, "name"), startPage(path, object), privileges(path, object)};
+    std::error_code error;
+    if (!std::filesystem::exists(path, error) && !error) {
+        throw ManifestError(path + ": no such file; the least that it holds is " + kLeast);
+    }
+    try {
+        ApplicationManifest read;
+        FileValue::readAll(path, base::readFile(path),
+                           [&](const FileValue& whole) { read = manifest(whole); });
+        return read;
+    } catch (const base::FileError& mistakes) {
+        throw ManifestError(mistakes.what());
+    }
 }
 
 std::string privilegeIdentifier(const std::string& name) {
@@ -93,10 +71,15 @@ std::string privilegeIdentifier(const std::string& name) {
     for (const char* known : {"sso.partner", "sso.platform", "sso.public"}) {
         if (name == known || "sso." + name == known) return std::string(kPrivilegePath) + known;
     }
+    constexpr std::size_t kLongestShown = 64;
+    const std::string shown =
+        name.size() <= kLongestShown ? name : name.substr(0, kLongestShown) + "...";
     // Quoted as JSON, which keeps line ends out of the message.
+    using nlohmann::json;
     throw ManifestError("unknown privilege " +
-                        json(name).dump(-1, ' ', false, json::error_handler_t::replace) +
-                        "; known are partner, platform, public, and full identifiers (URLs)");
+                        json(shown).dump(-1, ' ', true, json::error_handler_t::replace) +
+                        "; known are sso.partner, sso.platform and sso.public, also without sso., "
+                        "and full identifiers (URLs)");
 }
 
 }  // namespace embedder

@@ -17,10 +17,12 @@ CommonOptions::CommonOptions(CLI::App& app, const std::string& manifest) {
                    "The plug-in; default: " SSO_LIBRARY_FOLDER
                    "/libsso.so, from this program's folder")
         ->type_name("PATH");
-    app.add_option("--grant", m_grants,
-                   "A privilege to grant: partner, platform, public, or a full identifier (a URL); "
-                   "may be given more than once")
-        ->type_name("NAME")
+    app.add_option(
+           "--grant", m_grants,
+           "Privileges to grant: sso.partner, sso.platform, sso.public, also without sso., or "
+           "full identifiers (URLs); several with commas, or the option again")
+        ->type_name("NAME,...")
+        ->delimiter(',')
         ->take_all()
         ->allow_extra_args(false);
     app.add_option("--manifest", m_options.manifest, manifest)->type_name("FILE");

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,11 @@
 
 namespace {
 
-void complain(const std::string& what) { std::cerr << "sso-host: " + what + "\n"; }
+/// @param what  one line or several.
+void complain(const std::string& what) {
+    std::istringstream lines(what);
+    for (std::string line; std::getline(lines, line);) std::cerr << "sso-host: " + line + "\n";
+}
 
 /// Whether a line says nothing to do.
 bool isComment(const std::string& line) {

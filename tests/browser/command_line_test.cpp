@@ -75,12 +75,13 @@ TEST_F(TheBrowsersCommandLine, RefusesAFolderWithoutAManifest) {
 }
 
 TEST_F(TheBrowsersCommandLine, RefusesABadManifest) {
-    m_folder.write("manifest.json", R"({"name": "x"})");
-    expectRefusal({m_folder.path("")}, "\"start\"");
+    m_folder.write("manifest.json", R"({"name": "x", "privileges": []})");
+    expectRefusal({m_folder.path("")}, "start: is missing");
     m_folder.write("manifest.json", "{");
     expectRefusal({m_folder.path("")}, "manifest.json");
-    m_folder.write("manifest.json", R"({"name": "x", "start": "../outside.html"})");
-    expectRefusal({m_folder.path("")}, "\"start\"");
+    m_folder.write("manifest.json",
+                   R"({"name": "x", "start": "../outside.html", "privileges": []})");
+    expectRefusal({m_folder.path("")}, "start: must name a file inside");
     m_folder.write("manifest.json",
                    R"({"name": "x", "start": "index.html", "privileges": ["nonsense"]})");
     expectRefusal({m_folder.path("")}, "nonsense");
@@ -138,7 +139,7 @@ TEST_F(TheBrowsersCommandLine, RefusesAStartPageOutsideTheFolder) {
     std::filesystem::create_directory(m_folder.path("app"));
     m_folder.write("outside.html", "");
     std::filesystem::create_symlink("../outside.html", m_folder.path("app/link.html"));
-    m_folder.write("app/manifest.json", R"({"name": "x", "start": "link.html"})");
+    m_folder.write("app/manifest.json", R"({"name": "x", "start": "link.html", "privileges": []})");
     expectRefusal({m_folder.path("app")}, "a link that leads out of the folder");
     m_folder.write("app/index.html", "");
     m_folder.write("app/manifest.json", R"({"name": "x", "start": "index.html\u0000.js"})");
@@ -177,7 +178,7 @@ TEST_F(TheBrowsersCommandLine, RefusesAWrongSize) {
 }
 
 TEST_F(TheBrowsersCommandLine, SaysWhenAPageCannotBeLoaded) {
-    m_folder.write("manifest.json", R"({"name": "x", "start": "missing.html"})");
+    m_folder.write("manifest.json", R"({"name": "x", "start": "missing.html", "privileges": []})");
     const auto result = runBrowser({m_folder.path(""), "--quit-after", "0"});
     EXPECT_NE(result.exitCode, 0);
     EXPECT_THAT(result.errorLines(), ElementsAre(HasSubstr("missing.html")));

@@ -28,7 +28,7 @@ TEST_F(AnEmbedInTheBrowser, AnswersItsOwnPageElementOnly) {
         answers.push(await other.next());
         return { answers, received: [one.received, other.received] };
     )js");
-    const Json login = {{"command", "sso_plugin_show_login_page"}, {"status", 0}, {"state", 0}};
+    const Json login = {{"command", "sso_plugin_show_login_page"}, {"status", 0}, {"state", 2}};
     EXPECT_EQ(result["answers"], Json::array({kVersion,
                                               {{"status", -1},
                                                {"errorName", "commandInvaild"},
@@ -80,7 +80,7 @@ TEST_F(AnEmbedInTheBrowser, MayGoWhileItsMessagesAreUnderWay) {
     EXPECT_EQ(result["alive"], 20);
     EXPECT_EQ(result["late"], 0) << "a removed element gets nothing any more";
     EXPECT_EQ(result["last"],
-              (Json{{"command", "sso_plugin_show_login_page"}, {"status", 0}, {"state", 0}}));
+              (Json{{"command", "sso_plugin_show_login_page"}, {"status", 0}, {"state", 2}}));
 }
 
 TEST_F(AnEmbedInTheBrowser, ComesBackWhenItsFrameIsReloaded) {

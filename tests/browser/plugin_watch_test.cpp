@@ -81,7 +81,7 @@ TEST_F(TheWatchedPlugin, HasItsMessagesWritten) {
     EXPECT_EQ(lines[2],
               (Json{{"path", "async"}, {"request", {{"command", login}, {"data", "\u00e4"}}}}));
     EXPECT_EQ(lines[3], (Json{{"path", "async"},
-                              {"answer", {{"command", login}, {"status", 0}, {"state", 0}}},
+                              {"answer", {{"command", login}, {"status", 0}, {"state", 2}}},
                               {"command", login}}));
     EXPECT_EQ(lines[4]["request"], (Json{{"$type", "arraybuffer"}, {"bytes", {0, 0}}}));
     EXPECT_EQ(lines[5]["answer"]["errorName"], "paramInvaild");

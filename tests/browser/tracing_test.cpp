@@ -92,11 +92,11 @@ TEST_F(TracingInTheBrowser, ChangesNoLineOfTheLog) {
     EXPECT_EQ(without.size(), 3U);  // main, worker, client library
     EXPECT_THAT(without, ::testing::Contains(::testing::IsSupersetOf(
                              {"PluginSSOMessageHandle: HandleBlockingMessageImpl(285) > "
-                              "\033[0;32mNDL-HT running : HandleBlockingMessageImpl\033[0;m",
+                              "NDL-HT running : HandleBlockingMessageImpl",
                               "PluginSSOMessageHandle: HandleBlockingMessageImpl(287) > "
-                              "\033[0;32mNDL-HT done\033[0;m",
+                              "NDL-HT done",
                               "PluginSSOMessageHandle: HandleMessageImpl(156) > "
-                              "\033[0;32mNDL-HTm_ShowSSOLoginCallBack done\033[0;m"})));
+                              "NDL-HTm_ShowSSOLoginCallBack done"})));
     EXPECT_EQ(log(m_folder.path("trace.json")), without);
 }
 

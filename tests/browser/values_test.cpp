@@ -35,7 +35,7 @@ TEST_F(APageInTheBrowser, SendsAMebibyteOfText) {
     )js");
     EXPECT_EQ(result["bytes"], 1024 * 1024);
     EXPECT_EQ(result["login"],
-              (Json{{"command", "sso_plugin_show_login_page"}, {"status", 0}, {"state", 0}}));
+              (Json{{"command", "sso_plugin_show_login_page"}, {"status", 0}, {"state", 2}}));
     EXPECT_EQ(result["refused"], (Json{{"status", 18},
                                        {"errorName", "PrivilegeInvalid"},
                                        {"errorMessage", "You do not have the privilege"}}));

@@ -39,6 +39,9 @@ struct Description {
     Behaviour behaviour;
 };
 
+/// What the caller of a popup is told: Ok, Unavailable or Cancelled.
+Outcome outcomeOf(PopupState state);
+
 /// An account as its users see and change it, from a description onwards. What needs somebody who
 /// is signed in gives Outcome::NoAccount without, before it looks at its arguments. One thread at a
 /// time.
@@ -49,15 +52,16 @@ class Account {
     const Behaviour& behaviour() const { return m_now.behaviour; }
     bool isSignedIn() const;
 
-    /// The login or the create-account popup ended. A user who went through it is signed in.
+    /// The login or the create-account popup ends. A user who went through it is signed in. Without
+    /// an account there is nothing to go through: it fails instead.
     ///
-    /// @return what its caller is told: Ok, Unavailable or Cancelled.
-    Outcome endLogin(PopupState state);
-    /// A terms popup ended. A user who went through it has agreed to the document, if that is known
+    /// @return the state in which it ended.
+    PopupState endLogin(PopupState state);
+    /// A terms popup ends. A user who went through it has agreed to the document, if that is known
     /// and somebody is signed in.
     ///
     /// @return as endLogin().
-    Outcome endTerms(PopupState state, const std::string& termsId);
+    PopupState endTerms(PopupState state, const std::string& termsId);
 
     Result<Identity> identity() const;
     /// @return whether the document is agreed to, or Unknown.

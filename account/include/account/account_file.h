@@ -1,21 +1,17 @@
 #ifndef ACCOUNT_ACCOUNT_FILE_H_
 #define ACCOUNT_ACCOUNT_FILE_H_
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "account/account.h"
+#include "base/file_value.h"
 
 /// Account files, which account.schema.json describes. Any thread.
 namespace account {
 
-/// A file that is no account. what() is one line for a person: the file's name, the line's number
-/// and the member, as far as they can be told. It quotes no text of the file but names of members.
-class AccountFileError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
+/// A file that is no account.
+using AccountFileError = base::FileError;
 
 /// @throws AccountFileError  when the file cannot be read, or is no account.
 Description readAccountFile(const std::string& path);

@@ -9,17 +9,16 @@
 namespace embedder {
 
 /// What a web application declares about itself: one JSON object, in a file named "manifest.json"
-/// beside its start page. Unknown keys are ignored.
+/// beside its start page. All keys are required, and there are no others.
 ///
 ///   { "name": "Demo", "start": "index.html", "privileges": ["sso.partner", "sso.platform"] }
 struct ApplicationManifest {
-    std::string name;                  ///< required, not empty
-    std::string start;                 ///< required; a relative path that stays inside the folder
-    std::set<std::string> privileges;  ///< optional; full identifiers, see privilegeIdentifier()
+    std::string name;                  ///< not empty
+    std::string start;                 ///< a relative path that stays inside the folder
+    std::set<std::string> privileges;  ///< full identifiers, see privilegeIdentifier()
 };
 
-/// A manifest or a privilege that cannot be used. what() is one line for a person and names the
-/// file and the key.
+/// A manifest or a privilege that cannot be used. what() names file, place and key.
 class ManifestError : public InputError {
   public:
     using InputError::InputError;

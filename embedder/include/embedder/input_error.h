@@ -8,7 +8,8 @@ namespace embedder {
 /// The exit code of a program that starts nothing because of its command line or a file.
 inline constexpr int kExitBadInput = 2;
 
-/// An option or a file that cannot be used. what() is one line for a person.
+/// An option or a file that cannot be used. what() is for a person, a line for each
+/// mistake.
 class InputError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;

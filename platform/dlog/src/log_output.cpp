@@ -123,6 +123,21 @@ class Line {
         std::memcpy(m_text.data() + m_size, text.data(), size);
         m_size += size;
     }
+    /// The same, without "\033[0;32m" and the like.
+    void putPlain(std::string_view text) {
+        constexpr std::string_view kBegin = "\033[";
+        for (std::size_t at = 0; (at = text.find(kBegin, at)) != std::string_view::npos;) {
+            const std::size_t end = text.find_first_not_of("0123456789;", at + kBegin.size());
+            if (end == std::string_view::npos || text[end] != 'm') {
+                at += kBegin.size();  // something else
+                continue;
+            }
+            put(text.substr(0, at));
+            text.remove_prefix(end + 1);
+            at = 0;
+        }
+        put(text);
+    }
 
     const char* data() const { return m_text.data(); }
     std::size_t size() const { return m_size; }
@@ -149,7 +164,7 @@ void putTime(Line& line) {
     line.put(now.tv_nsec / 1000000, 3, '0');
 }
 
-void putRecord(Line& line, const DlogRecord& record) {
+void putRecord(Line& line, const DlogRecord& record, bool hasColours) {
     constexpr std::size_t kLongestTag = 64;
     const Numbers numbers = numbersOfThisThread();
     putTime(line);
@@ -164,7 +179,11 @@ void putRecord(Line& line, const DlogRecord& record) {
     line.put(") [");
     line.put(bufferName(record.buffer));
     line.put("] ");
-    line.put(record.text);
+    if (hasColours) {
+        line.put(record.text);
+    } else {
+        line.putPlain(record.text);
+    }
     line.put('\n');
 }
 
@@ -180,8 +199,9 @@ void writeRecord(const DlogRecord& record) {
         return;
     }
     static const int output = openOutput();
+    static const bool hasColours = isatty(output) == 1;
     Line line;
-    putRecord(line, record);
+    putRecord(line, record, hasColours);
     // One write, so that lines of several threads and processes stay whole. A log that cannot be
     // written must not stop what it reports on.
     const ssize_t written = write(output, line.data(), line.size());

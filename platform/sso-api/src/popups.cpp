@@ -1,5 +1,8 @@
 // The operations that show the user something.
 
+#include <cstdio>
+#include <mutex>
+
 #include "sso_api.h"
 #include "start.h"
 #include "translation.h"
@@ -13,13 +16,25 @@ using account::PopupState;
 
 namespace {
 
-/// @param end  ends the popup for the account, and gives its Outcome.
+/// @param end  ends the popup for the account, and gives the state in which it ended.
 template <typename End>
 Ending endingOf(const Popup& popup, End end) {
     return {popup.delay,
             [state = popup.state, end](Account& account, const Texts& texts) -> CallbackArguments {
-                return {resultOf(end(account, state, texts)), stateOf(state), nullptr};
+                const PopupState ended = end(account, state, texts);
+                return {resultOf(outcomeOf(ended)), stateOf(ended), nullptr};
             }};
+}
+
+/// Once, as it stays so.
+void tellThatThereIsNoAccount() {
+    static std::once_flag told;
+    std::call_once(told, [] {
+        std::fputs(
+            "sso_api: there is no account, so nobody can sign in; --account FILE of sso-host and "
+            "sso-browser gives one, such as account/examples/signed-out.json\n",
+            stderr);
+    });
 }
 
 auto to(sso_popup_callback callback, void* userData) noexcept {
@@ -37,7 +52,9 @@ int sso_show(void* window, int flags, const char* page, sso_popup_callback callb
         [=](const Behaviour& behaviour) {
             return endingOf(*page == '\0' ? behaviour.createAccount : behaviour.login,
                             [](Account& later, PopupState state, const Texts&) {
-                                return later.endLogin(state);
+                                const PopupState ended = later.endLogin(state);
+                                if (ended != state) tellThatThereIsNoAccount();
+                                return ended;
                             });
         },
         to(callback, user_data));

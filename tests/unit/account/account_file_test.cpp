@@ -150,11 +150,32 @@ TEST(AnAccountFile, MayGoToTheLimits) {
     }
 }
 
-TEST(ABadAccountFile, IsRefusedInOneLineThatSaysWhereAndWhy) {
+TEST(ABadAccountFile, IsRefusedWithALineThatSaysWhereAndWhyForEachMistake) {
     for (const BadFile& row : kBadFiles) {
         SCOPED_TRACE(row.json.substr(0, 200));
         EXPECT_EQ(complaint(row.json), row.complaint);
     }
+}
+
+TEST(ABadAccountFile, IsToldAllItsMistakesAtOnce) {
+    EXPECT_EQ(complaint(R"({
+        "account": {"loginId": 1, "uid": "", "guid": "", "name": ""},
+        "popups": {"login": {"state": "open", "delayMs": -1}},
+        "clients": [{"id": "a"}, 7],
+        "terms": {"a": "yes", "a": "agreed"},
+        "what": 1})"),
+              "file:2: account.loginId: must be a text\n"
+              "file:2: account.name: is not known here; known are loginId, uid, guid, authToken\n"
+              "file:2: account.authToken: is missing\n"
+              "file:3: popups.login.state: must be \"completed\", \"closed\" or \"failed\"\n"
+              "file:3: popups.login.delayMs: must be a whole number from 0 to 600000\n"
+              "file:4: clients[0].secret: is missing\n"
+              "file:4: clients[0].token: is missing\n"
+              "file:4: clients[1]: must be an object\n"
+              "file:5: terms.a: is there twice\n"
+              "file:5: terms.a: must be \"agreed\" or \"notAgreed\"\n"
+              "file:6: what: is not known here; known are $schema, account, signedIn, popups, "
+              "requestDelayMs, clients, mappings, terms, unavailable");
 }
 
 TEST(ABadAccountFile, QuotesNoTextOfTheFile) {

@@ -94,7 +94,7 @@ TEST(AnAccount, GivesNothingAndTakesNothingWhileNobodyIsSignedIn) {
 
 TEST(ALogin, SignsInWhenItIsCompleted) {
     Account account(signedOut());
-    EXPECT_EQ(account.endLogin(PopupState::Completed), Outcome::Ok);
+    EXPECT_EQ(account.endLogin(PopupState::Completed), PopupState::Completed);
     EXPECT_TRUE(account.isSignedIn());
     EXPECT_EQ(account.identity().value.uid, "uid-1");
 }
@@ -107,10 +107,13 @@ TEST(ALogin, SignsNobodyInWhenItIsNotCompleted) {
     }
 }
 
-TEST(ALogin, SignsNobodyInWhenThereIsNoAccount) {
-    Account account;
-    EXPECT_EQ(account.endLogin(PopupState::Completed), Outcome::Ok);
-    EXPECT_FALSE(account.isSignedIn());
+TEST(ALogin, FailsWhenThereIsNoAccount) {
+    for (const Description& description : {Description(), withoutIdentity()}) {
+        Account account(description);
+        EXPECT_EQ(account.endLogin(PopupState::Completed), PopupState::Failed);
+        EXPECT_FALSE(account.isSignedIn());
+        EXPECT_EQ(account.endLogin(PopupState::Closed), PopupState::Closed);
+    }
 }
 
 TEST(ALogin, LeavesAnAccountSignedIn) {
@@ -124,11 +127,14 @@ TEST(ALogin, LeavesAnAccountSignedIn) {
 TEST(APopup, TellsItsCallerHowItEnded) {
     const Outcome outcomes[] = {Outcome::Ok, Outcome::Ok, Outcome::Unavailable, Outcome::Cancelled};
     for (std::size_t i = 0; i < std::size(kStates); ++i) {
+        EXPECT_EQ(outcomeOf(kStates[i]), outcomes[i]);
         for (const Description& description : {Description(), signedOut(), signedIn()}) {
             Account account(description);
-            EXPECT_EQ(account.endLogin(kStates[i]), outcomes[i]);
-            EXPECT_EQ(account.endTerms(kStates[i], "open-1"), outcomes[i]);
-            EXPECT_EQ(account.endTerms(kStates[i], "other-1"), outcomes[i]);
+            EXPECT_EQ(account.endTerms(kStates[i], "open-1"), kStates[i]);
+            EXPECT_EQ(account.endTerms(kStates[i], "other-1"), kStates[i]);
+            if (description.identity) {
+                EXPECT_EQ(account.endLogin(kStates[i]), kStates[i]);
+            }
         }
     }
 }

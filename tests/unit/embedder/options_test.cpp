@@ -87,6 +87,11 @@ TEST_F(TheCommonOptions, AreReadAsGiven) {
     EXPECT_TRUE(options.log);
 }
 
+TEST_F(TheCommonOptions, TakeSeveralGrantsAtOnce) {
+    EXPECT_THAT(read({"--grant", "partner,sso.public", "--grant", "x://y"}).grants,
+                ElementsAre(kPartner, kPublic, "x://y"));
+}
+
 TEST_F(TheCommonOptions, MakeTheAccountsPathAbsolute) {
     const std::string account = m_folder.write("account.json", "{}");
     const std::string relative = std::filesystem::relative(account);
@@ -109,7 +114,7 @@ TEST_F(TheCommonOptions, RefuseAnAccountThatIsNone) {
 TEST_F(TheCommonOptions, AreExplained) {
     EXPECT_EQ(parse({"--help"}), 0);
     EXPECT_THAT(m_errors, IsEmpty());
-    EXPECT_THAT(m_output, AllOf(HasSubstr("--module PATH"), HasSubstr("--grant NAME"),
+    EXPECT_THAT(m_output, AllOf(HasSubstr("--module PATH"), HasSubstr("--grant NAME,..."),
                                 HasSubstr("--manifest FILE"), HasSubstr("--account FILE"),
                                 HasSubstr("--log"), HasSubstr("What becomes of a manifest")));
 }

@@ -29,6 +29,7 @@ std::string signedIn(const std::string& popups) {
 using APopup = TheClientLibrary;
 
 TEST_F(APopup, EndsCompletedByItselfOnAThreadOfTheLibrary) {
+    useAccount(signedOut(""));
     Callbacks callbacks;
     EXPECT_EQ(callbacks.show("login"), 0);
     EXPECT_EQ(callbacks.show("create", ""), 0);
@@ -40,15 +41,15 @@ TEST_F(APopup, EndsCompletedByItselfOnAThreadOfTheLibrary) {
 }
 
 TEST_F(APopup, EndsInTheStateAndResultThatTheAccountGivesIt) {
-    useAccount(R"({"popups": {"login": {"state": "closed", "delayMs": 0},
-                              "createAccount": {"state": "failed", "delayMs": 0},
-                              "terms": {"state": "completed", "delayMs": 0}}})");
+    useAccount(signedOut(R"("login": {"state": "closed", "delayMs": 0},
+                            "createAccount": {"state": "failed", "delayMs": 0},
+                            "terms": {"state": "completed", "delayMs": 0})"));
     EXPECT_EQ(show("page"), "0 state 1");
     EXPECT_EQ(show(""), "-7 state 2");
     EXPECT_EQ(showTerms("terms-1"), "0 state 0");
-    useAccount(R"({"popups": {"login": {"state": "failed", "delayMs": 0},
-                              "createAccount": {"state": "completed", "delayMs": 0},
-                              "terms": {"state": "closed", "delayMs": 0}}})");
+    useAccount(signedOut(R"("login": {"state": "failed", "delayMs": 0},
+                            "createAccount": {"state": "completed", "delayMs": 0},
+                            "terms": {"state": "closed", "delayMs": 0})"));
     EXPECT_EQ(show("page"), "-7 state 2");
     EXPECT_EQ(show(""), "0 state 0");
     EXPECT_EQ(showTerms("terms-1"), "0 state 1");
@@ -68,7 +69,7 @@ TEST_F(APopup, StaysAsLongAsTheAccountLetsIt) {
             popups += (popups.empty() ? "\"" : ", \"") + popup + R"(": {"delayMs": )" +
                       (popup == row.quick ? "0" : kNever) + "}";
         }
-        useAccount("{\"popups\": {" + popups + "}}");
+        useAccount(signedOut(popups));
         Callbacks callbacks;
         callbacks.show("login");
         callbacks.show("createAccount", "");
@@ -131,9 +132,10 @@ TEST_F(ALoginPopup, SignsNobodyInWhileItIsShown) {
     EXPECT_EQ(loginState(), "0 0");
 }
 
-TEST_F(ALoginPopup, SignsNobodyInWhenThereIsNoAccount) {
-    useAccount(R"({"popups": {"login": {"delayMs": 0}}})");
-    EXPECT_EQ(show("page"), "0 state 0");
+TEST_F(ALoginPopup, CannotBeShownWhenThereIsNoAccount) {
+    useAccount(R"({"popups": {"login": {"delayMs": 0}, "createAccount": {"delayMs": 0}}})");
+    EXPECT_EQ(show("page"), "-7 state 2");
+    EXPECT_EQ(show(""), "-7 state 2");
     EXPECT_EQ(loginState(), "0 0");
     EXPECT_EQ(guid(), "-2 untouched");
 }

@@ -16,6 +16,10 @@ constexpr const char* kProcessAccount = R"({
     "popups": {"login": {"state": "closed", "delayMs": 0}},
     "clients": [{"id": "client", "secret": "secret", "token": "token-1"}]})";
 
+const std::string kNoAccount =
+    "sso_api: there is no account, so nobody can sign in; --account FILE of sso-host and "
+    "sso-browser gives one, such as account/examples/signed-out.json\n";
+
 class AProcess : public ::testing::Test {
   protected:
     /// What the probe tells of its steps, after which it must have left well.
@@ -44,8 +48,8 @@ TEST_F(AProcess, WithoutAnAccountFileHasNobodySignedIn) {
     for (const char* variable : {"", "SSO_ACCOUNT_FILE="}) {
         SCOPED_TRACE(variable);
         EXPECT_EQ(outputOf(variable, {"state", "guid", "token", "popup", "state"}),
-                  "state 0 0\nguid -2 null\ntext -2 null\npopup 0 0\nstate 0 0\n");
-        EXPECT_EQ(m_errors, "");
+                  "state 0 0\nguid -2 null\ntext -2 null\npopup -7 2\nstate 0 0\n");
+        EXPECT_EQ(m_errors, kNoAccount);
     }
 }
 
@@ -70,14 +74,15 @@ TEST_F(AProcess, ReadsItsFileNotBefore) {
     const std::string path = account();
     EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + path, {"give", "spoil=" + path, "guid"}),
               "guid -2 null\n");
-    EXPECT_EQ(m_errors, "sso_api: " + path + ":1: is not JSON in UTF-8\n");
+    EXPECT_EQ(m_errors,
+              "sso_api: " + path + ":1:1: is not JSON: its only words are true, false and null\n");
 }
 
 TEST_F(AProcess, ReadsItsFileOnce) {
     EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + m_folder.path("none"),
                        {"guid", "variable=" + account(), "state", "token", "popup"}),
-              "guid -2 null\nstate 0 0\ntext -2 null\npopup 0 0\n");
-    EXPECT_EQ(m_errors, "sso_api: " + m_folder.path("none") + ": no such file\n");
+              "guid -2 null\nstate 0 0\ntext -2 null\npopup -7 2\n");
+    EXPECT_EQ(m_errors, "sso_api: " + m_folder.path("none") + ": no such file\n" + kNoAccount);
 }
 
 TEST_F(AProcess, WithABadFileSaysSoOnceAndHasNobodySignedIn) {
@@ -86,9 +91,10 @@ TEST_F(AProcess, WithABadFileSaysSoOnceAndHasNobodySignedIn) {
     "popups": {"login": {"state": "closed", "delayMs": 0}},
     "terms": {"terms-1": "maybe"}})");
     EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + path, {"state", "guid", "token", "popup"}),
-              "state 0 0\nguid -2 null\ntext -2 null\npopup 0 0\n");
-    EXPECT_EQ(m_errors,
-              "sso_api: " + path + ":4: terms.terms-1: must be \"agreed\" or \"notAgreed\"\n");
+              "state 0 0\nguid -2 null\ntext -2 null\npopup -7 2\n");
+    EXPECT_EQ(m_errors, "sso_api: " + path +
+                            ":4: terms.terms-1: must be \"agreed\" or \"notAgreed\"\n" +
+                            kNoAccount);
 }
 
 TEST_F(AProcess, ThatIsGivenAnAccountNeedsNoFile) {

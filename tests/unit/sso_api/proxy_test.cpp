@@ -12,7 +12,9 @@ namespace {
 using ::testing::Each;
 using ::testing::ElementsAre;
 
-const std::string kPopupsAtOnce = R"({"popups": {"login": {"delayMs": 0}}})";
+const std::string kPopupsAtOnce =
+    R"({"account": {"loginId": "", "uid": "", "guid": "", "authToken": ""}, "signedIn": false,
+        "popups": {"login": {"delayMs": 0}}})";
 
 using GivingTheProxyBack = TheClientLibrary;
 

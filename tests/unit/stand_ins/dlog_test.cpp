@@ -1,9 +1,11 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -290,6 +292,35 @@ TEST_F(TheLogService, SaysWhichFileItCannotWriteAndGoesOn) {
         ::testing::ExitedWithCode(0),
         "dlog: cannot write /nowhere/log .No such file or directory.; logging to standard error\n"
         ".*text\n");
+}
+
+constexpr char kColoured[] = "\033[0;31mred\033[0;m \033[K";
+
+TEST(TheLogService, HasNoColoursWhereNoTerminalIs) {
+    EXPECT_EXIT(
+        {
+            __dlog_print(0, 4, "TAG", kColoured);
+            _exit(0);
+        },
+        ::testing::ExitedWithCode(0), "\\] red .\\[K\n");
+}
+
+TEST(TheLogService, HasColoursOnATerminal) {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(grantpt(terminal), 0);
+    ASSERT_EQ(unlockpt(terminal), 0);
+    const int its = open(ptsname(terminal), O_RDWR | O_NOCTTY);
+    ASSERT_GE(its, 0);
+    const int before = dup(STDERR_FILENO);
+    dup2(its, STDERR_FILENO);
+    __dlog_print(0, 4, "TAG", kColoured);
+    dup2(before, STDERR_FILENO);
+    char text[256];
+    const ssize_t length = read(terminal, text, sizeof text);
+    EXPECT_THAT(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))),
+                ::testing::HasSubstr(kColoured));
+    for (const int descriptor : {terminal, its, before}) close(descriptor);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-#ifndef ACCOUNT_JSON_NODE_H_
-#define ACCOUNT_JSON_NODE_H_
+#ifndef BASE_JSON_NODE_H_
+#define BASE_JSON_NODE_H_
 
 #include <cstddef>
 #include <stdexcept>
@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-namespace account {
+namespace base {
 
 struct JsonMember;
 
@@ -28,18 +28,16 @@ struct JsonMember {
     JsonNode node;
 };
 
-/// A text that is no JSON. what() quotes nothing of it.
+/// A text that is no JSON. what() is "LINE:COLUMN: " or "LINE: " and the cause; it quotes nothing.
 class JsonError : public std::runtime_error {
   public:
-    JsonError(std::size_t where, const std::string& what) : std::runtime_error(what), line(where) {}
-
-    std::size_t line;
+    using std::runtime_error::runtime_error;
 };
 
 /// @throws JsonError  when the text is not one JSON value in UTF-8, or nested deeper than any
-///                    account is.
+///                    file that a person writes.
 JsonNode parseJson(std::string_view text);
 
-}  // namespace account
+}  // namespace base
 
 #endif

@@ -1,19 +1,19 @@
-#include "json_node.h"
+#include "base/json_node.h"
 
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <utility>
 
-namespace account {
+#include "base/json_mistake.h"
+
+namespace base {
 namespace {
 
 using nlohmann::json;
 
-// An account needs 3. Without a limit a text of brackets would exhaust the stack when its nodes
+// Nothing that a person writes needs more than 3. Without a limit a text of brackets would exhaust the stack when its nodes
 // are destroyed.
 constexpr std::size_t kDeepest = 16;
-
-constexpr const char* kNoJson = "is not JSON in UTF-8";
 
 /// Goes through a text and keeps the line of the character that was read last. The parser looks
 /// one character ahead at most, and then behind a number: a line end there is not counted yet.
@@ -71,11 +71,8 @@ class TreeBuilder : public json::json_sax_t {
         std::get<JsonNode::Object>(m_open.back()->value).push_back({std::move(name), m_line, {}});
         return true;
     }
-    // The library's own message quotes the text, which may be a secret.
-    bool parse_error(std::size_t, const std::string&, const json::exception& error) override {
-        constexpr int kNumberOutOfRange = 406;
-        throw JsonError(m_line,
-                        error.id == kNumberOutOfRange ? "holds a number out of range" : kNoJson);
+    bool parse_error(std::size_t, const std::string&, const json::exception&) override {
+        return false;  // told in better words than the library's, which quote a text that may be secret
     }
 
   private:
@@ -88,7 +85,7 @@ class TreeBuilder : public json::json_sax_t {
 
     bool open(Value value) {
         if (m_open.size() == kDeepest) {
-            throw JsonError(m_line, "is nested too deeply");
+            throw JsonError(std::to_string(m_line) + ": is nested too deeply");
         }
         m_open.push_back(&place({m_line, std::move(value)}));
         return true;
@@ -121,13 +118,16 @@ class TreeBuilder : public json::json_sax_t {
 JsonNode parseJson(std::string_view text) {
     std::size_t line = 1;
     TreeBuilder builder(line);
-    json::sax_parse(LineCounter(text.data(), line), LineCounter(text.data() + text.size(), line),
-                    &builder);
+    const bool parsed = json::sax_parse(LineCounter(text.data(), line),
+                                        LineCounter(text.data() + text.size(), line), &builder);
     // The parser takes a NUL for the end, whatever follows.
-    if (text.find('\0') != std::string_view::npos) {
-        throw JsonError(line, kNoJson);
+    if (parsed && text.find('\0') == std::string_view::npos) {
+        return builder.takeRoot();
     }
-    return builder.takeRoot();
+    const auto mistake = findJsonMistake(text);
+    if (!mistake) throw JsonError("1: is not JSON");
+    throw JsonError(std::to_string(mistake->line) + ":" + std::to_string(mistake->column) + ": " +
+                    mistake->cause);
 }
 
-}  // namespace account
+}  // namespace base

@@ -1,18 +1,33 @@
-#ifndef ACCOUNT_FILE_VALUE_H_
-#define ACCOUNT_FILE_VALUE_H_
+#ifndef BASE_FILE_VALUE_H_
+#define BASE_FILE_VALUE_H_
 
 #include <cstddef>
 #include <functional>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "json_node.h"
+#include "base/json_node.h"
 
-namespace account {
+namespace base {
 
-/// A value of an account file, and where it stands. What gives it as some type throws
-/// AccountFileError, with file, line and path, when it is not of that type.
+/// A file that is not as it has to be. what() has a line for each mistake: the file's name, the place
+/// there, the member, as far as they can be told, and what is wrong. It quotes no text of the file but
+/// names of members.
+class FileError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The text of a file of at most 1 MiB.
+///
+/// @throws FileError  when it cannot be read.
+std::string readFile(const std::string& path);
+
+/// A value of a JSON file that a person writes, and where it stands. What gives it as some type throws
+/// FileError when it is not of that type; all mistakes of an object, a dictionary or an array at once.
 class FileValue {
   public:
     using Read = std::function<void(const FileValue&)>;
@@ -24,8 +39,11 @@ class FileValue {
         Read read;
     };
 
-    /// The value of a whole file. The name and the node are not copied.
-    FileValue(const std::string& file, const JsonNode& node) : FileValue(file, "", node) {}
+    /// Reads a whole file.
+    ///
+    /// @param text  its content.
+    /// @param file  its name, for errors.
+    static void readAll(const std::string& file, std::string_view text, const Read& read);
 
     bool boolean() const;
     /// From 0 to `largest`.
@@ -34,6 +52,7 @@ class FileValue {
     const std::string& text() const;
     const std::string& text(std::size_t mostBytes) const;
     const std::string& filledText() const;
+    const std::string& filledText(std::size_t mostBytes) const;
 
     /// Reads an object, which has no other members than these.
     void object(const std::vector<Member>& members) const;
@@ -47,7 +66,9 @@ class FileValue {
   private:
     FileValue(const std::string& file, std::string path, const JsonNode& node)
         : m_file(file), m_path(std::move(path)), m_node(node) {}
-    const JsonNode::Object& members() const;
+    class Mistakes;
+    /// Tells also of those that are there twice.
+    const JsonNode::Object& members(Mistakes& mistakes) const;
     std::string pathOf(const std::string& member) const;
     [[noreturn]] void fail(std::size_t line, const std::string& path,
                            const std::string& what) const;
@@ -57,6 +78,6 @@ class FileValue {
     const JsonNode& m_node;
 };
 
-}  // namespace account
+}  // namespace base
 
 #endif
