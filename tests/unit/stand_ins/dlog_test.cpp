@@ -296,7 +296,7 @@ TEST_F(TheLogService, SaysWhichFileItCannotWriteAndGoesOn) {
 
 constexpr char kColoured[] = "\033[0;31mred\033[0;m \033[K";
 
-TEST(TheLogService, HasNoColoursWhereNoTerminalIs) {
+TEST_F(TheLogService, HasNoColoursWhereNoTerminalIs) {
     EXPECT_EXIT(
         {
             __dlog_print(0, 4, "TAG", kColoured);
@@ -305,7 +305,7 @@ TEST(TheLogService, HasNoColoursWhereNoTerminalIs) {
         ::testing::ExitedWithCode(0), "\\] red .\\[K\n");
 }
 
-TEST(TheLogService, HasColoursOnATerminal) {
+TEST_F(TheLogService, HasColoursOnATerminal) {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
     ASSERT_GE(terminal, 0);
     ASSERT_EQ(grantpt(terminal), 0);
