@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "base/never_destroyed.h"
 #include "embedder/commands.h"
 #include "embedder/message_journal.h"
 #include "ppapi/c/pp_errors.h"
@@ -24,7 +25,7 @@ using nlohmann::json;
 const PPB_Messaging_1_2* browserMessaging = nullptr;
 std::optional<VarText> vars;
 bool writesMessages = false;
-std::optional<embedder::MessageJournal> journal;
+base::NeverDestroyed<std::optional<embedder::MessageJournal>> journal;
 std::atomic<std::uint64_t> lastCall = 0;
 
 /// The browser's names of instances are odd; people count.
@@ -47,7 +48,7 @@ class Numbers {
     int m_last = 0;
 };
 
-Numbers numbers;
+base::NeverDestroyed<Numbers> numbers;
 
 std::string shown(const PP_Var& message) { return writesMessages ? vars->json(message) : "null"; }
 
@@ -65,8 +66,8 @@ bool isRefusal(const PP_Var& answer, const char* key) {
 void postMessage(PP_Instance instance, PP_Var message) {
     // Before the page has it: whoever asks after that finds it told.
     const std::string command = vars->command(message);
-    const int who = numbers.of(instance);
-    const auto asked = journal->answered(who, shown(message), command);
+    const int who = (*numbers).of(instance);
+    const auto asked = (*journal)->answered(who, shown(message), command);
     sendEvent(json{kEventAnswered, who, command});
     if (isRefusal(message, "status")) {
         sendEvent(json{kEventRefused, asked ? asked->command : std::string()});
@@ -76,8 +77,8 @@ void postMessage(PP_Instance instance, PP_Var message) {
 
 void handleMessage(PP_Instance instance, void* data, const PP_Var* message) {
     const std::string command = vars->command(*message);
-    const int who = numbers.of(instance);
-    journal->posted(who, shown(*message), command);
+    const int who = (*numbers).of(instance);
+    (*journal)->posted(who, shown(*message), command);
     sendEvent(json{kEventPosted, who, command});
     const auto* handler = static_cast<const Handler*>(data);
     handler->table->HandleMessage(instance, handler->data, message);
@@ -86,13 +87,13 @@ void handleMessage(PP_Instance instance, void* data, const PP_Var* message) {
 void handleBlockingMessage(PP_Instance instance, void* data, const PP_Var* message,
                            PP_Var* response) {
     const std::string command = vars->command(*message);
-    const int who = numbers.of(instance);
-    const auto call = journal->called(who, shown(*message), command);
+    const int who = (*numbers).of(instance);
+    const auto call = (*journal)->called(who, shown(*message), command);
     const std::uint64_t number = ++lastCall;
     sendEvent(json{kEventCalled, who, command, number});
     const auto* handler = static_cast<const Handler*>(data);
     handler->table->HandleBlockingMessage(instance, handler->data, message, response);
-    journal->replied(call, shown(*response));
+    (*journal)->replied(call, shown(*response));
     sendEvent(json{kEventReplied, number});
     if (isRefusal(*response, "code")) sendEvent(json{kEventRefused, command});
 }
@@ -132,20 +133,20 @@ void startSpying(PPB_GetInterface getInterface, bool writes) {
         static_cast<const PPB_Messaging_1_2*>(getInterface(PPB_MESSAGING_INTERFACE_1_2));
     vars.emplace(getInterface);
     writesMessages = writes;
-    journal.emplace([](const std::string& line) {
+    (*journal).emplace([](const std::string& line) {
         if (writesMessages) sendEvent(json{kEventMessage, line});
     });
 }
 
 const void* spyingMessaging() { return browserMessaging == nullptr ? nullptr : &kSpyingMessaging; }
 
-void noteInstance(PP_Instance instance) { sendEvent(json{kEventCreated, numbers.of(instance)}); }
+void noteInstance(PP_Instance instance) { sendEvent(json{kEventCreated, (*numbers).of(instance)}); }
 
 void forgetInstance(PP_Instance instance) {
-    const int who = numbers.of(instance);
-    journal->forget(who);
+    const int who = (*numbers).of(instance);
+    (*journal)->forget(who);
     sendEvent(json{kEventGone, who});
-    numbers.forget(instance);
+    (*numbers).forget(instance);
 }
 
 }  // namespace browser
