@@ -176,52 +176,37 @@ const CPluginSSOMessageHandler::AsyncCommand CPluginSSOMessageHandler::kAsyncCom
 
 // A command that is answered at once.
 struct CPluginSSOMessageHandler::BlockingCommand : Command {
-    pp::Var (*answer)(const pp::VarDictionary& request, CPluginSSOMessageHandler* self);
+    const char* key;  // null, or the one whose text `answer` gets; refused without a text
+    pp::Var (*answer)(std::string&& text);
 };
-
-template <typename Value>
-pp::Var CPluginSSOMessageHandler::m_Success(const Value& value) {
-    return createMessage(SSO_CODE_OK, pp::Var(value), "", "");
-}
-
-pp::Var CPluginSSOMessageHandler::m_Failure(int code, const char* errorName,
-                                            const char* errorMessage) {
-    return createMessage(code, pp::Var(pp::Var::Null()), errorName, errorMessage);
-}
 
 const CPluginSSOMessageHandler::BlockingCommand CPluginSSOMessageHandler::kBlockingCommands[] = {
     {{SSO_LOGGED(SSO_COMMAND_GET_VERSION), 310, Command::kPartner},
-     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
-         return self->m_Success("1.1");
-     }},
+     nullptr,
+     [](std::string&&) { return pp::Var("1.1"); }},
     {{SSO_LOGGED(SSO_COMMAND_GET_SSO_STATE), 315, Command::kPlatform},
-     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
-         return self->m_Success(SSOUtil::GetSSOState());
-     }},
+     nullptr,
+     [](std::string&&) { return pp::Var(SSOUtil::GetSSOState()); }},
     {{SSO_LOGGED(SSO_COMMAND_GET_GUID), 324, Command::kPartner},
-     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
-         return self->m_Success(SSOUtil::GetSSOGuid());
-     }},
+     nullptr,
+     [](std::string&&) { return pp::Var(SSOUtil::GetSSOGuid()); }},
     {{SSO_LOGGED(SSO_COMMAND_GET_LOGIN_STATUS), 332, Command::kPartner},
-     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
+     nullptr,
+     [](std::string&&) {
          int state = 0;  // the answer when the library does not write one
          sso_get_login_state(&state);
-         return self->m_Success(state);
+         return pp::Var(state);
      }},
     {{SSO_LOGGED(SSO_COMMAND_GET_LOGIN_UID), 341, Command::kPartner},
-     [](const pp::VarDictionary&, CPluginSSOMessageHandler* self) {
-         return self->m_Success(SSOUtil::GetSSOUid());
-     }},
+     nullptr,
+     [](std::string&&) { return pp::Var(SSOUtil::GetSSOUid()); }},
     {{SSO_LOGGED(SSO_COMMAND_GET_TERMS_STATE), 349, Command::kPartner},
-     [](const pp::VarDictionary& request, CPluginSSOMessageHandler* self) {
-         std::string termsId;
-         if (!readText(request, SSO_KEY_TERMS_ID, &termsId)) {
-             return self->m_Failure(SSO_CODE_PARAM_INVALID, SSO_ERROR_PARAM_INVALID,
-                                    SSO_MESSAGE_PARAM_INVALID);
-         }
+     SSO_KEY_TERMS_ID,
+     [](std::string&& text) {
+         const std::string termsId(std::move(text));  // goes with the end of the library's call
          int state = 0;  // the answer when the library does not write one
          sdk::call(sso_get_term_state, termsId.c_str(), &state);
-         return self->m_Success(state);
+         return pp::Var(state);
      }},
 };
 
@@ -402,31 +387,38 @@ pp::Var CPluginSSOMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle i
     SSO_TRACE_SCOPE("HandleBlockingMessageImpl", 285, 287);
     // As in HandleMessageImpl.
     const pp::Instance page(instance.pp_instance());
+    const auto refuse = [this](int code, const char* errorName, const char* errorMessage) {
+        return createMessage(code, pp::Var(pp::Var::Null()), errorName, errorMessage);
+    };
 
     if (!message.is_dictionary()) {
         SSO_LOG_ERROR("The incoming message is invalid", 291);
-        return m_Failure(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
-                         "Incoming message is not dictionary");
+        return refuse(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                      "Incoming message is not dictionary");
     }
     const pp::VarDictionary request(message);
     std::string command;
     if (!readText(request, SSO_KEY_COMMAND, &command)) {
         SSO_LOG_ERROR("The incoming command is invalid", 297);
-        return m_Failure(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
-                         SSO_MESSAGE_COMMAND_INVALID);
+        return refuse(SSO_CODE_INVALID_VALUES, SSO_ERROR_INVALID_VALUES,
+                      SSO_MESSAGE_COMMAND_INVALID);
     }
     if (!m_CheckPrivilege(command)) {
         SSO_LOG_ERROR("check SSO Privilege fail", 305);
-        return m_Failure(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE);
+        return refuse(SSO_CODE_NO_PRIVILEGE, "SecurityError", SSO_MESSAGE_NO_PRIVILEGE);
     }
 
     const BlockingCommand* const row = findCommand(kBlockingCommands, command);
     if (row == nullptr) {
         SSO_LOG_DETAIL("unknown command[%s]", 365, command.c_str());
-        return m_Failure(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command");
+        return refuse(SSO_CODE_UNKNOWN_COMMAND, SSO_ERROR_INVALID_VALUES, "unkown command");
     }
     SSO_LOG_DETAIL_AS(row->logFormat, row->logLine);
-    return row->answer(request, this);
+    std::string text;
+    if (row->key != nullptr && !readText(request, row->key, &text)) {
+        return refuse(SSO_CODE_PARAM_INVALID, SSO_ERROR_PARAM_INVALID, SSO_MESSAGE_PARAM_INVALID);
+    }
+    return createMessage(SSO_CODE_OK, row->answer(std::move(text)), "", "");
 }
 
 int CPluginSSOMessageHandler::m_Complete(const Completion& completion, void* userData,

@@ -71,11 +71,6 @@ class CPluginSSOMessageHandler : public PPBaseMessageHandler {
     static const AsyncCommand kAsyncCommands[];
     static const BlockingCommand kBlockingCommands[];
 
-    // What a blocking request is answered with.
-    template <typename Value>
-    pp::Var m_Success(const Value& value);
-    pp::Var m_Failure(int code, const char* errorName, const char* errorMessage);
-
     struct Completion;
     /// What all completion callbacks do, inside the scope of each. Their answers carry the text, or
     /// the number where the text is null.
