@@ -142,8 +142,9 @@ TEST_F(TheBrowsersCommandLine, RefusesAStartPageOutsideTheFolder) {
     m_folder.write("app/manifest.json", R"({"name": "x", "start": "link.html", "privileges": []})");
     expectRefusal({m_folder.path("app")}, "a link that leads out of the folder");
     m_folder.write("app/index.html", "");
-    m_folder.write("app/manifest.json", R"({"name": "x", "start": "index.html\u0000.js"})");
-    expectRefusal({m_folder.path("app")}, "\"start\"");
+    m_folder.write("app/manifest.json",
+                   R"({"name": "x", "start": "index.html\u0000.js", "privileges": []})");
+    expectRefusal({m_folder.path("app")}, "start: must be a text without \\u0000");
 }
 
 TEST_F(TheBrowsersCommandLine, RefusesAPortThatIsTaken) {
