@@ -66,21 +66,21 @@ long residentKiB() {
 void handOver(benchmark::State& state) {
     bench::WorkQueue queue;
     std::thread worker([&queue] { queue.run(); });
-    for (auto _ : state) queue.runAndWait([] {});
+    for ([[maybe_unused]] const auto _ : state) queue.runAndWait([] {});
     queue.quit();
     worker.join();
 }
 
 void blocking(benchmark::State& state, bench::Module& module, const char* command) {
     const Conversation conversation(module, bench::request({{"command", command}}));
-    for (auto _ : state) conversation.call();
+    for ([[maybe_unused]] const auto _ : state) conversation.call();
 }
 
 /// So many on the way at once as the argument says.
 void inFlight(benchmark::State& state, bench::Module& module) {
     const Conversation conversation(module, tokenRequest());
     const auto count = static_cast<std::size_t>(state.range(0));
-    for (auto _ : state) conversation.exchange(count);
+    for ([[maybe_unused]] const auto _ : state) conversation.exchange(count);
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
@@ -92,7 +92,7 @@ void manyInstances(benchmark::State& state, bench::Module& module) {
         conversations.push_back(std::make_unique<Conversation>(module, tokenRequest()));
     }
     constexpr std::size_t kEach = 100;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         const std::size_t before = bench::answers();
         for (std::size_t i = 0; i < kEach; ++i) {
             for (const auto& conversation : conversations) conversation->post();
@@ -103,17 +103,17 @@ void manyInstances(benchmark::State& state, bench::Module& module) {
 }
 
 void makeAndDestroy(benchmark::State& state, bench::Module& module) {
-    for (auto _ : state) module.destroy(module.make());
+    for ([[maybe_unused]] const auto _ : state) module.destroy(module.make());
 }
 
 void load(benchmark::State& state, const std::string& path) {
-    for (auto _ : state) const bench::Module module(path);
+    for ([[maybe_unused]] const auto _ : state) const bench::Module module(path);
 }
 
 /// What 64 instances that have answered take, stacks of their threads included.
 void residentOfInstances(benchmark::State& state, bench::Module& module) {
     constexpr int kInstances = 64;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         const Conversation first(module, tokenRequest());
         first.exchange(1);
         const long before = residentKiB();
@@ -132,7 +132,7 @@ void million(benchmark::State& state, bench::Module& module) {
     constexpr std::size_t kAtOnce = 1000;
     constexpr std::size_t kMessages = 1000000;
     const Conversation conversation(module, tokenRequest());
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         for (std::size_t i = 0; i < 10; ++i) conversation.exchange(kAtOnce);
         const long before = residentKiB();
         for (std::size_t i = 0; i < kMessages / kAtOnce; ++i) conversation.exchange(kAtOnce);

@@ -7,8 +7,6 @@
 namespace browser {
 namespace {
 
-using Kind = ByteRange::Kind;
-
 std::optional<std::uint64_t> number(std::string_view text) {
     std::uint64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -19,7 +17,7 @@ std::optional<std::uint64_t> number(std::string_view text) {
 }  // namespace
 
 ByteRange rangeOf(std::string_view header, std::uint64_t size) {
-    const ByteRange whole = {Kind::Whole, 0, size};
+    const ByteRange whole = {ByteRange::Kind::Whole, 0, size};
     constexpr std::string_view kUnit = "bytes=";
     if (header.substr(0, kUnit.size()) != kUnit) return whole;
     header.remove_prefix(kUnit.size());
@@ -33,12 +31,12 @@ ByteRange rangeOf(std::string_view header, std::uint64_t size) {
     if (!first && !last) return whole;
     if (!first) {  // the last bytes
         const std::uint64_t length = std::min(*last, size);
-        return {length == 0 ? Kind::None : Kind::Part, size - length, length};
+        return {length == 0 ? ByteRange::Kind::None : ByteRange::Kind::Part, size - length, length};
     }
     if (last && *last < *first) return whole;
-    if (*first >= size) return {Kind::None, 0, 0};
+    if (*first >= size) return {ByteRange::Kind::None, 0, 0};
     const std::uint64_t end = last ? std::min(*last, size - 1) : size - 1;
-    return {Kind::Part, *first, end - *first + 1};
+    return {ByteRange::Kind::Part, *first, end - *first + 1};
 }
 
 }  // namespace browser

@@ -9,7 +9,6 @@ namespace browser {
 namespace {
 
 namespace fs = std::filesystem;
-using Kind = FolderPath::Kind;
 
 std::optional<int> hexDigit(char digit) {
     if (digit >= '0' && digit <= '9') return digit - '0';
@@ -47,29 +46,29 @@ bool isInside(const fs::path& path, const fs::path& folder) {
 
 FolderPath findInFolder(const fs::path& folder, std::string_view target) {
     target = target.substr(0, target.find_first_of("?#"));
-    if (target.empty() || target.front() != '/') return {Kind::NoPath, {}};
+    if (target.empty() || target.front() != '/') return {FolderPath::Kind::NoPath, {}};
     const auto decoded = decode(target);
-    if (!decoded) return {Kind::NoPath, {}};
+    if (!decoded) return {FolderPath::Kind::NoPath, {}};
     const fs::path relative = fs::path(*decoded).relative_path();
     // Only somebody other than a browser sends these: a browser resolves them itself.
     if (std::find(relative.begin(), relative.end(), "..") != relative.end()) {
-        return {Kind::Outside, {}};
+        return {FolderPath::Kind::Outside, {}};
     }
 
     std::error_code error;
     fs::path found = fs::canonical(folder / relative, error);
-    if (error) return {Kind::NotFound, {}};
-    if (!isInside(found, folder)) return {Kind::Outside, {}};
+    if (error) return {FolderPath::Kind::NotFound, {}};
+    if (!isInside(found, folder)) return {FolderPath::Kind::Outside, {}};
     if (fs::is_directory(found, error)) {
-        if (decoded->back() != '/') return {Kind::NeedsSlash, {}};
+        if (decoded->back() != '/') return {FolderPath::Kind::NeedsSlash, {}};
         found = fs::canonical(found / "index.html", error);
-        if (error) return {Kind::NotFound, {}};
-        if (!isInside(found, folder)) return {Kind::Outside, {}};
+        if (error) return {FolderPath::Kind::NotFound, {}};
+        if (!isInside(found, folder)) return {FolderPath::Kind::Outside, {}};
     } else if (decoded->back() == '/') {
-        return {Kind::NotFound, {}};
+        return {FolderPath::Kind::NotFound, {}};
     }
-    if (!fs::is_regular_file(found, error)) return {Kind::NotFound, {}};
-    return {Kind::File, found};
+    if (!fs::is_regular_file(found, error)) return {FolderPath::Kind::NotFound, {}};
+    return {FolderPath::Kind::File, found};
 }
 
 }  // namespace browser

@@ -8,7 +8,7 @@
 namespace browser {
 namespace {
 
-constexpr int kPatience = 5000;  // milliseconds
+constexpr int kTransferTimeout = 5000;  // in milliseconds
 
 QString reasonOf(const QNetworkReply& reply) {
     const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
@@ -42,7 +42,7 @@ void LoadProbe::ask(const QUrl& address, std::function<void(const QString&)> don
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setRawHeader("Accept", "text/html,*/*;q=0.8");
-    request.setTransferTimeout(kPatience);
+    request.setTransferTimeout(kTransferTimeout);
     QNetworkReply* reply = m_network.get(request);
     const auto end = [reply, done = std::move(done)] {
         reply->disconnect();

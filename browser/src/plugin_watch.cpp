@@ -24,8 +24,9 @@ QString plain(const std::string& text) { return QString::fromStdString(text); }
 
 PluginWatch::PluginWatch(std::filesystem::path pipe, const std::filesystem::path& messages)
     : m_pipe(std::move(pipe)), m_toOutput(messages == "-"), m_journal([](const std::string&) {}) {
-    if (!messages.empty() && !m_toOutput)
+    if (!messages.empty() && !m_toOutput) {
         m_file = embedder::openOutputFile(messages, "the messages");
+    }
     open();
 }
 

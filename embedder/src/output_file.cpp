@@ -11,8 +11,9 @@ std::FILE* openOutputFile(const std::filesystem::path& path, const char* what) {
                       type == std::filesystem::file_type::regular ||
                       type == std::filesystem::file_type::character;
     std::FILE* file = fits ? std::fopen(path.c_str(), "we") : nullptr;
-    if (file == nullptr)
+    if (file == nullptr) {
         throw InputError(std::string(what) + " " + path.string() + " cannot be written");
+    }
     return file;
 }
 

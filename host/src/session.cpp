@@ -38,7 +38,8 @@ Session::Session(HostOptions options, std::optional<embedder::Application> appli
     addInstance({}, m_application);
 }
 
-Session::~Session() { unload(); }
+// It throws for want of memory at most, and ends the process then.
+Session::~Session() { unload(); }  // NOLINT(bugprone-exception-escape)
 
 void Session::post(std::optional<std::int32_t> instance, const Value& value) {
     m_host->post(idOf(numberFor(instance)), value);

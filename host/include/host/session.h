@@ -47,7 +47,7 @@ class Session {
     ///                     interface is not offered.
     /// @throws LoadError, EmbedError
     Session(HostOptions options, std::optional<embedder::Application> application, Sink sink);
-    ~Session();
+    ~Session();  // NOLINT(bugprone-exception-escape)
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
