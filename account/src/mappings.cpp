@@ -1,6 +1,7 @@
 #include "account/mappings.h"
 
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace account {
 namespace {
@@ -34,16 +35,25 @@ std::string toJson(const std::vector<Mapping>& mappings) {
 
 bool Mappings::add(const Mapping& mapping) { return m_ages.try_emplace(mapping, m_next++).second; }
 
-bool Mappings::remove(const Mapping& mapping) {
-    if (!mapping.cpUid.empty()) {
-        return m_ages.erase(mapping) != 0;
-    }
-    const auto first = m_ages.lower_bound(mapping);
+template <typename Map>
+auto Mappings::meant(Map& ages, const Mapping& mapping) {
+    const auto first = ages.lower_bound(mapping);
     auto last = first;
-    while (last != m_ages.end() && last->first.appId == mapping.appId &&
+    if (!mapping.cpUid.empty()) return std::pair(first, ages.upper_bound(mapping));
+    while (last != ages.end() && last->first.appId == mapping.appId &&
            last->first.cpName == mapping.cpName) {
         ++last;
     }
+    return std::pair(first, last);
+}
+
+bool Mappings::contains(const Mapping& mapping) const {
+    const auto [first, last] = meant(m_ages, mapping);
+    return first != last;
+}
+
+bool Mappings::remove(const Mapping& mapping) {
+    const auto [first, last] = meant(m_ages, mapping);
     const bool any = first != last;
     m_ages.erase(first, last);
     return any;

@@ -103,6 +103,8 @@ std::string FileValue::pathOf(const std::string& member) const {
     return m_path.empty() ? member : m_path + "." + member;
 }
 
+bool FileValue::isObject() const { return std::holds_alternative<JsonNode::Object>(m_node.value); }
+
 bool FileValue::boolean() const {
     const auto* value = std::get_if<bool>(&m_node.value);
     if (value == nullptr) {
@@ -111,12 +113,13 @@ bool FileValue::boolean() const {
     return *value;
 }
 
-int FileValue::wholeNumber(int largest) const {
+std::int64_t FileValue::wholeNumber(std::int64_t largest) const {
     const auto* value = std::get_if<double>(&m_node.value);
-    if (value == nullptr || *value < 0 || *value > largest || std::trunc(*value) != *value) {
+    if (value == nullptr || *value < 0 || *value > static_cast<double>(largest) ||
+        std::trunc(*value) != *value) {
         fail("must be a whole number from 0 to " + std::to_string(largest));
     }
-    return static_cast<int>(*value);
+    return static_cast<std::int64_t>(*value);
 }
 
 const std::string& FileValue::text() const {

@@ -91,8 +91,9 @@ std::string engineSwitches(const SessionFolder& folder) {
 fs::path eventPipe(const SessionFolder& folder) { return folder.path() / "events"; }
 
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
-                        int serverPort, const SessionFolder& folder) {
-    embedder::prepareEnvironment(options.common);
+                        int serverPort, const SessionFolder& folder,
+                        const embedder::ServiceHold& service) {
+    embedder::prepareEnvironment(options.common, service);
     set(kFlagsVariable, engineSwitches(folder) + resolverRules(applications, serverPort));
     set(kModuleVariable, fs::absolute(options.common.module).lexically_normal().string());
     nlohmann::json told = nlohmann::json::array();

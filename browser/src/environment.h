@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "embedder/environment.h"
 #include "src/application.h"
 #include "src/options.h"
 #include "src/session_folder.h"
@@ -19,7 +20,8 @@ std::filesystem::path eventPipe(const SessionFolder& folder);
 /// @param serverPort  where the folders of applications are served; 0 when there are none.
 /// @throws embedder::InputError  when this program's own files are not where they belong.
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
-                        int serverPort, const SessionFolder& folder);
+                        int serverPort, const SessionFolder& folder,
+                        const embedder::ServiceHold& service);
 
 }  // namespace browser
 

@@ -116,9 +116,12 @@ int run(const browser::Options& options) {
 
     const std::unique_ptr<browser::FolderServer> server = serve(applications, options.port);
 
+    // Before the environment has a folder of this run's for the sockets of others.
+    const auto service = embedder::ServiceHold::get(options.common);
     const int signalPipe = browser::openSignalPipe();
     const browser::SessionFolder folder;
-    browser::prepareEnvironment(options, applications, server ? server->port() : 0, folder);
+    browser::prepareEnvironment(options, applications, server ? server->port() : 0, folder,
+                                service);
     if (options.devtools) openDevTools(*options.devtools);
     const browser::ChildProcesses children;  // ends them after all that is made below is gone
     std::optional<browser::Xvfb> display;

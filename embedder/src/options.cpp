@@ -7,8 +7,26 @@
 #include "account/account_file.h"
 #include "embedder/application_manifest.h"
 #include "embedder/environment.h"
+#ifdef SSO_SERVICE
+#include "service/state_name.h"
+#endif
 
 namespace embedder {
+
+namespace {
+
+void checkState(const std::string& name) {
+#ifdef SSO_SERVICE
+    if (!service::isStateName(name)) {
+        throw InputError("--state " + name + ": its name " + service::kStateNameRule);
+    }
+#else
+    throw InputError("--state " + name +
+                     " cannot be used: this program was built without the account service");
+#endif
+}
+
+}  // namespace
 
 CommonOptions::CommonOptions(CLI::App& app, const std::string& manifest) {
     m_options.module =
@@ -26,9 +44,14 @@ CommonOptions::CommonOptions(CLI::App& app, const std::string& manifest) {
         ->take_all()
         ->allow_extra_args(false);
     app.add_option("--manifest", m_options.manifest, manifest)->type_name("FILE");
-    app.add_option("--account", m_options.account,
-                   "Let this account be on the device; default: none")
-        ->type_name("FILE");
+    CLI::Option* account =
+        app.add_option("--account", m_options.account,
+                       "Let the account of this file be on the device, which stays as it is");
+    account->type_name("FILE");
+    app.add_option("--state", m_options.state,
+                   "Let the accounts of the account service's state of this name be on the device")
+        ->type_name("NAME")
+        ->excludes(account);
     app.set_version_flag("--version", app.get_name() + " " SSO_VERSION,
                          "Print the version and exit");
     app.add_flag("--log", m_options.log, "Show the plug-in's log on standard error");
@@ -37,6 +60,7 @@ CommonOptions::CommonOptions(CLI::App& app, const std::string& manifest) {
 Options CommonOptions::read() const {
     Options options = m_options;
     for (const std::string& name : m_grants) options.grants.insert(privilegeIdentifier(name));
+    if (!options.state.empty()) checkState(options.state);
     if (options.account.empty()) return options;
     try {
         account::readAccountFile(options.account);

@@ -73,7 +73,8 @@ int playStandardInput(const CommandLine& commandLine) {
 
 int runProgram(int argc, char** argv) {
     const CommandLine commandLine = readCommandLine(argc, argv);
-    embedder::prepareEnvironment(commandLine.common);
+    const auto service = embedder::ServiceHold::get(commandLine.common);
+    embedder::prepareEnvironment(commandLine.common, service);
     return playStandardInput(commandLine);
 }
 

@@ -21,6 +21,10 @@ Description readAccountFile(const std::string& path);
 /// @throws AccountFileError  when it is no account.
 Description parseAccountFile(std::string_view json, const std::string& name);
 
+/// An account file of a description, in which a reader finds all of it again. Texts that are not
+/// UTF-8 have replacement characters there.
+std::string toJson(const Description& description);
+
 }  // namespace account
 
 #endif

@@ -2,6 +2,7 @@
 #define ACCOUNT_BEHAVIOUR_H_
 
 #include <chrono>
+#include <optional>
 #include <set>
 
 namespace account {
@@ -37,9 +38,10 @@ struct Popup {
 
 /// How an account service behaves by itself.
 struct Behaviour {
-    Popup login;
-    Popup createAccount;
-    Popup terms;
+    // Nothing is known of a popup without; who has no window for it takes Popup{}.
+    std::optional<Popup> login;
+    std::optional<Popup> createAccount;
+    std::optional<Popup> terms;
     std::chrono::milliseconds requestDelay{0};  ///< of requests for tokens and mappings
     std::set<Operation> unavailable;            ///< for which the service cannot be reached
 

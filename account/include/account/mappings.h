@@ -31,6 +31,9 @@ class Mappings {
     /// @return false when it is there already.
     bool add(const Mapping& mapping);
 
+    /// Whether remove() would remove something.
+    bool contains(const Mapping& mapping) const;
+
     /// Removes a mapping; without a cpUid all of the application's with the partner.
     ///
     /// @return false when there was none to remove.
@@ -45,9 +48,14 @@ class Mappings {
     std::vector<Mapping> all() const;
 
   private:
+    using Ages = std::map<Mapping, std::uint64_t>;
+    /// What remove() means: from the first to beyond the last.
+    template <typename Map>
+    static auto meant(Map& ages, const Mapping& mapping);
+
     // In the order of their texts, so that an application's and a partner's are neighbours; the
     // value tells the older of two.
-    std::map<Mapping, std::uint64_t> m_ages;
+    Ages m_ages;
     std::uint64_t m_next = 0;
 };
 

@@ -2,6 +2,7 @@
 #define BASE_FILE_VALUE_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -45,9 +46,12 @@ class FileValue {
     /// @param file  its name, for errors.
     static void readAll(const std::string& file, std::string_view text, const Read& read);
 
+    bool isObject() const;
     bool boolean() const;
     /// From 0 to `largest`.
-    int wholeNumber(int largest) const;
+    ///
+    /// @param largest  at most 2 to the 53rd, beyond which numbers of JSON are not exact.
+    std::int64_t wholeNumber(std::int64_t largest) const;
     /// Has no NUL, which would end it for C.
     const std::string& text() const;
     const std::string& text(std::size_t mostBytes) const;

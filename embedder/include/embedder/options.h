@@ -17,10 +17,11 @@ struct Options {
     std::set<std::string> grants;  ///< full identifiers
     std::string manifest;          ///< path; empty for none
     std::string account;           ///< absolute path of a good account file; empty for none
+    std::string state;             ///< of the account service; empty for none
     bool log = false;
 };
 
-/// The options --module, --grant, --manifest, --account, --log and --version of a command line.
+/// The options --module, --grant, --manifest, --account, --state, --log and --version of a command line.
 class CommonOptions {
   public:
     /// Declares them. The object must live until `app` has parsed.
@@ -32,7 +33,8 @@ class CommonOptions {
 
     /// What was given, once `app` has parsed.
     ///
-    /// @throws InputError  for a privilege that nobody knows, and a file that is no account.
+    /// @throws InputError  for a privilege that nobody knows, a file that is no account, and a text that is
+    ///                     no state's name.
     Options read() const;
 
   private:

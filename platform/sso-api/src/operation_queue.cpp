@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <iterator>
+#include <memory>
 #include <utility>
 
 namespace sso_api {
@@ -39,26 +40,46 @@ OperationQueue::~OperationQueue() {
     }
 }
 
-bool OperationQueue::start(std::optional<std::chrono::milliseconds> delay, Work work,
-                           Deliver deliver) {
+std::optional<OperationQueue::Id> OperationQueue::start(
+    std::optional<std::chrono::milliseconds> delay, Work work, Deliver deliver) {
     const std::lock_guard lock(m_mutex);
     if (m_ending > 0) {
-        return false;
+        return std::nullopt;
     }
     if (!m_thread.joinable()) {
         m_thread = std::thread(&OperationQueue::run, this);
     }
     // Whatever throws does so before the operation is among the others.
     Operations started;
-    started.push_back({std::move(work), std::move(deliver), m_schedule.end()});
+    const Id id = m_nextId++;
+    started.push_back({id, std::move(work), std::move(deliver), m_schedule.end()});
     if (delay) {
-        started.front().due = m_schedule.emplace(Clock::now() + *delay, started.begin());
-        if (started.front().due == m_schedule.begin()) {
-            m_sooner.notify_all();
-        }
+        schedule(started.begin(), Clock::now() + *delay);
+    } else {
+        m_byId.emplace(id, started.begin());
     }
     m_operations.splice(m_operations.end(), started);
-    return true;
+    return id;
+}
+
+void OperationQueue::schedule(Operations::iterator operation, Clock::time_point due) {
+    operation->due = m_schedule.emplace(due, operation);
+    if (operation->due == m_schedule.begin()) {
+        m_sooner.notify_all();
+    }
+}
+
+void OperationQueue::endLater(Id id, CallbackArguments arguments) {
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_byId.find(id);
+    if (found == m_byId.end()) {
+        return;
+    }
+    // Shared, as a function has to be copied.
+    auto told = std::make_shared<CallbackArguments>(std::move(arguments));
+    found->second->work = [told] { return std::move(*told); };
+    schedule(found->second, Clock::now());
+    m_byId.erase(found);
 }
 
 std::optional<int> OperationQueue::finish(size_t index, const CallbackArguments& arguments) {
@@ -92,6 +113,8 @@ int OperationQueue::end(std::unique_lock<std::mutex>& lock, Operations::iterator
                         const CallbackArguments* arguments) {
     if (operation->due != m_schedule.end()) {
         m_schedule.erase(operation->due);
+    } else {
+        m_byId.erase(operation->id);
     }
     Operations taken;
     taken.splice(taken.begin(), m_operations, operation);

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <list>
 #include <map>
@@ -25,6 +26,8 @@ class OperationQueue {
     using Work = std::function<CallbackArguments()>;
     /// Calls the operation's callback; gives what it returned.
     using Deliver = std::function<int(const CallbackArguments&)>;
+    /// Names an operation; none has the name of an earlier one.
+    using Id = std::uint64_t;
 
     OperationQueue() = default;
     /// Drops what is outstanding: the process ends, or the library is unloaded.
@@ -38,8 +41,13 @@ class OperationQueue {
     /// Operations that are due at the same time end in the order of their starts.
     ///
     /// @param delay  until the operation ends by itself; none: it waits for finish() or endAll().
-    /// @return false while endAll() runs; then nothing was started.
-    bool start(std::optional<std::chrono::milliseconds> delay, Work work, Deliver deliver);
+    /// @return its name; nothing while endAll() runs, and then nothing was started.
+    std::optional<Id> start(std::optional<std::chrono::milliseconds> delay, Work work,
+                            Deliver deliver);
+
+    /// Lets an operation that was started without a delay end now, on the queue's thread. Nothing when it
+    /// has ended.
+    void endLater(Id id, CallbackArguments arguments);
 
     /// Delivers `arguments` for the operation that was started as number `index` of the outstanding
     /// ones, on the calling thread. Takes the longer the farther that is from both ends.
@@ -59,6 +67,7 @@ class OperationQueue {
     using Operations = std::list<Operation>;
     using Schedule = std::multimap<Clock::time_point, Operations::iterator>;
     struct Operation {
+        Id id;
         Work work;
         Deliver deliver;
         Schedule::iterator due;  ///< the end of the schedule for one that waits to be ended
@@ -67,6 +76,7 @@ class OperationQueue {
     /// Takes the operation out and delivers; `lock` is released meanwhile.
     ///
     /// @param arguments  null for those of the operation's own work.
+    void schedule(Operations::iterator operation, Clock::time_point due);
     int end(std::unique_lock<std::mutex>& lock, Operations::iterator operation,
             const CallbackArguments* arguments);
     void run();
@@ -76,6 +86,8 @@ class OperationQueue {
     std::condition_variable m_returned;  ///< a callback, while endAll() may wait for it
     Operations m_operations;             ///< the oldest first
     Schedule m_schedule;
+    std::map<Id, Operations::iterator> m_byId;
+    Id m_nextId = 1;
     int m_running = 0;  ///< callbacks
     /// Those of the callbacks that are in endAll() themselves. From inside a callback endAll() does
     /// not wait for these: they would wait for themselves, or for each other.

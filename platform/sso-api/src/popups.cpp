@@ -18,7 +18,8 @@ namespace {
 
 /// @param end  ends the popup for the account, and gives the state in which it ended.
 template <typename End>
-Ending endingOf(const Popup& popup, End end) {
+Ending endingOf(const std::optional<Popup>& wanted, End end) {
+    const Popup popup = wanted.value_or(Popup{});
     return {popup.delay,
             [state = popup.state, end](Account& account, const Texts& texts) -> CallbackArguments {
                 const PopupState ended = end(account, state, texts);

@@ -6,6 +6,7 @@
 #include "c_text.h"
 #include "control.h"
 #include "guarded.h"
+#include "service_backend.h"
 #include "sso_api.h"
 #include "translation.h"
 
@@ -39,12 +40,15 @@ int query(Operation operation, const SsoApiCall& call, bool complete, Ask ask, G
         }
         auto answer = orderedAnswer(call.function);
         if (!answer) {
-            answer = AccountStore::instance().with([&](const Account& account) -> Answer {
-                if (account.behaviour().isUnavailable(operation)) {
-                    return {SSO_ERROR_UNAVAILABLE, {}, {}, {}};
-                }
-                return ask(account);
-            });
+            ServiceBackend* service = ServiceBackend::instance();
+            answer = service != nullptr
+                         ? service->ask(operation, call.texts[0])
+                         : AccountStore::instance().with([&](const Account& account) -> Answer {
+                               if (account.behaviour().isUnavailable(operation)) {
+                                   return {SSO_ERROR_UNAVAILABLE, {}, {}, {}};
+                               }
+                               return ask(account);
+                           });
         }
         give(*answer);
         return answer->result;

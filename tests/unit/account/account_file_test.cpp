@@ -41,17 +41,14 @@ std::string complaintOnFile(const std::string& path) {
 
 TEST(AnAccountFile, MayBeEmptyOfMembers) {
     const Description file = account::parseAccountFile("{}", "file");
-    EXPECT_FALSE(file.identity);
+    EXPECT_TRUE(file.profiles.empty());
     EXPECT_FALSE(file.signedIn);
     EXPECT_TRUE(file.clients.empty());
-    EXPECT_TRUE(file.mappings.all().empty());
-    EXPECT_TRUE(file.agreements.empty());
+    EXPECT_TRUE(file.terms.empty());
     const account::Behaviour& behaviour = file.behaviour;
-    for (const account::Popup& popup :
-         {behaviour.login, behaviour.createAccount, behaviour.terms}) {
-        EXPECT_EQ(popup.state, PopupState::Completed);
-        EXPECT_EQ(popup.delay, milliseconds(200));
-    }
+    EXPECT_FALSE(behaviour.login);
+    EXPECT_FALSE(behaviour.createAccount);
+    EXPECT_FALSE(behaviour.terms);
     EXPECT_EQ(behaviour.requestDelay, milliseconds(0));
     EXPECT_TRUE(behaviour.unavailable.empty());
 }
@@ -72,28 +69,31 @@ TEST(AnAccountFile, TellsAllItSays) {
         "terms": {"agreed-1": "agreed", "open-1": "notAgreed"},
         "unavailable": ["sso_show", "sso_get_guid", "sso_show"]})",
                                                        "file");
-    ASSERT_TRUE(file.identity);
-    EXPECT_EQ(file.identity->loginId, "login-1");
-    EXPECT_EQ(file.identity->uid, "uid-1");
-    EXPECT_EQ(file.identity->guid, "guid-1");
-    EXPECT_EQ(file.identity->authToken, "auth-1");
+    ASSERT_EQ(file.profiles.size(), 1U);
+    const account::Profile& profile = file.profiles.front();
+    EXPECT_EQ(profile.identity.loginId, "login-1");
+    EXPECT_EQ(profile.identity.uid, "uid-1");
+    EXPECT_EQ(profile.identity.guid, "guid-1");
+    EXPECT_EQ(profile.identity.authToken, "auth-1");
     EXPECT_FALSE(file.signedIn);
     const account::Behaviour& behaviour = file.behaviour;
-    EXPECT_EQ(behaviour.login.state, PopupState::Closed);
-    EXPECT_EQ(behaviour.login.delay, milliseconds(1));
-    EXPECT_EQ(behaviour.createAccount.state, PopupState::Failed);
-    EXPECT_EQ(behaviour.createAccount.delay, milliseconds(600000));
-    EXPECT_EQ(behaviour.terms.state, PopupState::Completed);
-    EXPECT_EQ(behaviour.terms.delay, milliseconds(0));
+    EXPECT_EQ(behaviour.login->state, PopupState::Closed);
+    EXPECT_EQ(behaviour.login->delay, milliseconds(1));
+    EXPECT_EQ(behaviour.createAccount->state, PopupState::Failed);
+    EXPECT_EQ(behaviour.createAccount->delay, milliseconds(600000));
+    EXPECT_EQ(behaviour.terms->state, PopupState::Completed);
+    EXPECT_EQ(behaviour.terms->delay, milliseconds(0));
     EXPECT_EQ(behaviour.requestDelay, milliseconds(4));
     ASSERT_EQ(file.clients.size(), 2U);
     EXPECT_EQ(file.clients.at("c1").secret, "s1");
     EXPECT_EQ(file.clients.at("c1").token, "t1");
     EXPECT_EQ(file.clients.at("c2").secret, "s2");
     EXPECT_EQ(file.clients.at("c2").token, "t2");
-    EXPECT_EQ(toJson(file.mappings.all()), R"([{"appID":"b","cpName":"p","cpUID":"u"},)"
-                                           R"({"appID":"a","cpName":"q","cpUID":"v"}])");
-    EXPECT_THAT(file.agreements, ElementsAre(Pair("agreed-1", true), Pair("open-1", false)));
+    EXPECT_EQ(toJson(profile.mappings.all()), R"([{"appID":"b","cpName":"p","cpUID":"u"},)"
+                                              R"({"appID":"a","cpName":"q","cpUID":"v"}])");
+    EXPECT_EQ(file.terms.size(), 2U);
+    EXPECT_EQ(file.terms.at("open-1").version, "1");
+    EXPECT_THAT(profile.agreements, ElementsAre(Pair("agreed-1", "1")));
     EXPECT_THAT(behaviour.unavailable, ElementsAre(Operation::ShowLogin, Operation::GetGuid));
 }
 
@@ -158,24 +158,26 @@ TEST(ABadAccountFile, IsRefusedWithALineThatSaysWhereAndWhyForEachMistake) {
 }
 
 TEST(ABadAccountFile, IsToldAllItsMistakesAtOnce) {
-    EXPECT_EQ(complaint(R"({
+    EXPECT_EQ(
+        complaint(R"({
         "account": {"loginId": 1, "uid": "", "guid": "", "name": ""},
         "popups": {"login": {"state": "open", "delayMs": -1}},
         "clients": [{"id": "a"}, 7],
         "terms": {"a": "yes", "a": "agreed"},
         "what": 1})"),
-              "file:2: account.loginId: must be a text\n"
-              "file:2: account.name: is not known here; known are loginId, uid, guid, authToken\n"
-              "file:2: account.authToken: is missing\n"
-              "file:3: popups.login.state: must be \"completed\", \"closed\" or \"failed\"\n"
-              "file:3: popups.login.delayMs: must be a whole number from 0 to 600000\n"
-              "file:4: clients[0].secret: is missing\n"
-              "file:4: clients[0].token: is missing\n"
-              "file:4: clients[1]: must be an object\n"
-              "file:5: terms.a: is there twice\n"
-              "file:5: terms.a: must be \"agreed\" or \"notAgreed\"\n"
-              "file:6: what: is not known here; known are $schema, account, signedIn, popups, "
-              "requestDelayMs, clients, mappings, terms, unavailable");
+        "file:2: account.loginId: must be a text\n"
+        "file:2: account.name: is not known here; known are loginId, uid, guid, "
+        "authToken, displayName, password\n"
+        "file:2: account.authToken: is missing\n"
+        "file:3: popups.login.state: must be \"completed\", \"closed\" or \"failed\"\n"
+        "file:3: popups.login.delayMs: must be a whole number from 0 to 600000\n"
+        "file:4: clients[0].secret: is missing\n"
+        "file:4: clients[0].token: is missing\n"
+        "file:4: clients[1]: must be an object\n"
+        "file:5: terms.a: is there twice\n"
+        "file:5: terms.a: must be \"agreed\" or \"notAgreed\"\n"
+        "file:6: what: is not known here; known are $schema, account, signedIn, popups, "
+        "requestDelayMs, clients, mappings, terms, unavailable, accounts, signedInAs, tokens");
 }
 
 TEST(ABadAccountFile, QuotesNoTextOfTheFile) {
@@ -209,7 +211,7 @@ TEST(AFile, IsReadFromItsPath) {
     const support::TemporaryFolder folder;
     const std::string path =
         folder.write("account.json", std::string(R"({"account": )") + kIdentity + "}\n");
-    EXPECT_EQ(account::readAccountFile(path).identity->uid, "uid-1");
+    EXPECT_EQ(account::readAccountFile(path).profiles.at(0).identity.uid, "uid-1");
 }
 
 TEST(AFile, IsNamedInAComplaint) {

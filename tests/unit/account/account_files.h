@@ -48,6 +48,11 @@ inline const std::string kGoodFiles[] = {
     R"({"terms": {"": "agreed", "terms-1": "notAgreed"}})",
     R"({"unavailable": ["sso_show", "sso_show_term_page", "sso_request_access_token", "sso_get_cp_account_mapping_list", "sso_add_cp_account_mapping_info", "sso_remove_cp_account_mapping_info", "sso_get_login_state", "sso_get_term_state", "sso_get_login_info", "sso_get_guid", "sso_get_auth_token"]})",
     R"({"unavailable": ["sso_show", "sso_show"]})",
+    R"({"account": {"loginId": "l", "uid": "u", "guid": "g", "authToken": "t", "displayName": "L", "password": "p"}})",
+    R"({"clients": [{"id": "", "secret": "", "token": "", "lifetimeSeconds": 0}, {"id": "b", "secret": "", "token": "", "lifetimeSeconds": 1000000000}]})",
+    R"({"terms": {"a": {}, "b": {"version": "2", "title": "t", "text": "x", "agreedVersion": "1"}}})",
+    R"({"accounts": [{"loginId": "m", "uid": "u", "guid": "g", "authToken": "t", "mappings": [], "agreements": {"a": "1"}}], "signedInAs": "m"})",
+    R"({"account": {"loginId": "l", "uid": "u", "guid": "g", "authToken": "t"}, "clients": [{"id": "c", "secret": "s", "token": "t"}], "tokens": [{"loginId": "l", "client": "c", "token": "x", "number": 2, "expiry": 4503599627370496}]})",
 };
 // clang-format on
 
@@ -77,11 +82,11 @@ inline const BadFile kBadFiles[] = {
     {"\n\n  null", "file:3: must be an object"},
     {"\"text\"", "file:1: must be an object"},
     {"1\n", "file:1: must be an object"},
-    {"{\n \"signedin\": true}", "file:2: signedin: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable"},
-    {"{\"a b\": 1}", "file:1: [\"a b\"]: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable"},
-    {"{\"\": 1}", "file:1: [\"\"]: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable"},
-    {"{\"line\\nend \xC3\xA9\": 1}", "file:1: [\"line\\nend \\u00e9\"]: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable"},
-    {"{\"" + std::string(65, 'k') + "\": 1}", "file:1: [\"kkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkk...\"]: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable"},
+    {"{\n \"signedin\": true}", "file:2: signedin: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable, accounts, signedInAs, tokens"},
+    {"{\"a b\": 1}", "file:1: [\"a b\"]: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable, accounts, signedInAs, tokens"},
+    {"{\"\": 1}", "file:1: [\"\"]: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable, accounts, signedInAs, tokens"},
+    {"{\"line\\nend \xC3\xA9\": 1}", "file:1: [\"line\\nend \\u00e9\"]: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable, accounts, signedInAs, tokens"},
+    {"{\"" + std::string(65, 'k') + "\": 1}", "file:1: [\"kkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkk...\"]: is not known here; known are $schema, account, signedIn, popups, requestDelayMs, clients, mappings, terms, unavailable, accounts, signedInAs, tokens"},
     {"{\"signedIn\": false,\n\"signedIn\": false}", "file:2: signedIn: is there twice", CheckedBy::Reader},
     {"{\"$schema\": 1}", "file:1: $schema: must be a text"},
     // The account.
@@ -91,7 +96,7 @@ inline const BadFile kBadFiles[] = {
     {R"({"account": {"loginId": "", "guid": "", "authToken": ""}})", "file:1: account.uid: is missing"},
     {R"({"account": {"loginId": "", "uid": "", "authToken": ""}})", "file:1: account.guid: is missing"},
     {R"({"account": {"loginId": "", "uid": "", "guid": ""}})", "file:1: account.authToken: is missing"},
-    {R"({"account": {"loginId": "", "uid": "", "guid": "", "authToken": "", "name": ""}})", "file:1: account.name: is not known here; known are loginId, uid, guid, authToken"},
+    {R"({"account": {"loginId": "", "uid": "", "guid": "", "authToken": "", "name": ""}})", "file:1: account.name: is not known here; known are loginId, uid, guid, authToken, displayName, password"},
     {R"({"account": {"loginId": "", "uid": "", "guid": "", "guid": "", "authToken": ""}})", "file:1: account.guid: is there twice", CheckedBy::Reader},
     {withLoginId("\"" + kBytes256 + "\""), "file:1: account.loginId: must be a text of at most 255 bytes"},
     {withLoginId("\"" + kBytes255.substr(1) + "\xC3\xA9\""), "file:1: account.loginId: must be a text of at most 255 bytes", CheckedBy::Reader},
@@ -110,6 +115,11 @@ inline const BadFile kBadFiles[] = {
     {"{\n\n\"signedIn\":\n1}", "file:4: signedIn: must be true or false"},
     {"{\"signedIn\": \"yes\"}", "file:1: signedIn: must be true or false"},
     {"{\"signedIn\": null}", "file:1: signedIn: must be true or false"},
+    {R"({"accounts": [{"loginId": "m"}]})", "file:1: accounts[0].uid: is missing\nfile:1: accounts[0].guid: is missing\nfile:1: accounts[0].authToken: is missing"},
+    {R"({"account": {"loginId": "l", "uid": "", "guid": "", "authToken": ""}, "accounts": [{"loginId": "l", "uid": "", "guid": "", "authToken": ""}]})", "file:1: accounts[0].loginId: is the loginId of another account, too", CheckedBy::Reader},
+    {R"({"account": {"loginId": "l", "uid": "", "guid": "", "authToken": ""}, "signedInAs": "m"})", "file:1: signedInAs: is no account's here", CheckedBy::Reader},
+    {R"({"account": {"loginId": "l", "uid": "", "guid": "", "authToken": ""}, "signedIn": false, "signedInAs": "l"})", "file:1: signedInAs: must not be there when nobody is signed in", CheckedBy::Reader},
+    {R"({"tokens": [{"loginId": "l", "client": "c", "token": ""}]})", "file:1: tokens[0].loginId: is no account's here\nfile:1: tokens[0].client: is no client's id here", CheckedBy::Reader},
     // Popups and delays.
     {"{\"popups\": []}", "file:1: popups: must be an object"},
     {"{\"popups\": {\"logout\": {}}}", "file:1: popups.logout: is not known here; known are login, createAccount, terms"},
@@ -136,7 +146,7 @@ inline const BadFile kBadFiles[] = {
     {R"({"clients": [{"id": "", "secret": 1, "token": ""}]})", "file:1: clients[0].secret: must be a text"},
     {R"({"clients": [{"id": "", "secret": "\u0000", "token": ""}]})", "file:1: clients[0].secret: must be a text without \\u0000"},
     {R"({"clients": [{"id": "", "secret": "", "token": []}]})", "file:1: clients[0].token: must be a text"},
-    {R"({"clients": [{"id": "", "secret": "", "token": "", "scope": ""}]})", "file:1: clients[0].scope: is not known here; known are id, secret, token"},
+    {R"({"clients": [{"id": "", "secret": "", "token": "", "scope": ""}]})", "file:1: clients[0].scope: is not known here; known are id, secret, token, lifetimeSeconds"},
     {"{\"clients\": [{\"id\": \"a\", \"secret\": \"1\", \"token\": \"\"},\n{\"id\": \"a\", \"secret\": \"2\", \"token\": \"\"}]}", "file:2: clients[1].id: is the id of another client, too", CheckedBy::Reader},
     // Mappings.
     {"{\"mappings\": null}", "file:1: mappings: must be an array"},

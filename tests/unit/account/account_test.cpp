@@ -13,6 +13,7 @@ using account::Description;
 using account::Operation;
 using account::Outcome;
 using account::PopupState;
+using account::Profile;
 using std::chrono::milliseconds;
 
 constexpr PopupState kStates[] = {PopupState::Completed, PopupState::Closed, PopupState::Failed,
@@ -20,26 +21,30 @@ constexpr PopupState kStates[] = {PopupState::Completed, PopupState::Closed, Pop
 constexpr PopupState kNotCompleted[] = {PopupState::Closed, PopupState::Failed,
                                         PopupState::Cancelled};
 
+constexpr account::Time kNow = 1000000;
+
 Description signedIn() {
     Description description;
-    description.identity = {"login-1", "uid-1", "guid-1", "auth-1"};
-    description.signedIn = true;
-    description.clients = {{"client-1", {"secret-1", "token-1"}}, {"client-2", {"", ""}}};
-    description.mappings.add({"app", "partner", "user"});
-    description.agreements = {{"agreed-1", true}, {"open-1", false}};
+    Profile& profile = description.profiles.emplace_back();
+    profile.identity = {"login-1", "uid-1", "guid-1", "auth-1"};
+    profile.mappings.add({"app", "partner", "user"});
+    profile.agreements = {{"agreed-1", "1"}};
+    description.signedIn = "login-1";
+    description.clients = {{"client-1", {"secret-1", "token-1", {}}}, {"client-2", {"", "", {}}}};
+    description.terms = {{"agreed-1", {"1", "", ""}}, {"open-1", {"1", "", ""}}};
     return description;
 }
 
 Description signedOut() {
     Description description = signedIn();
-    description.signedIn = false;
+    description.signedIn.reset();
     return description;
 }
 
 /// What is there, but for the identity.
 Description withoutIdentity() {
     Description description = signedIn();
-    description.identity.reset();
+    description.profiles.clear();
     return description;
 }
 
@@ -75,8 +80,8 @@ TEST(AnAccount, GivesNothingAndTakesNothingWhileNobodyIsSignedIn) {
         EXPECT_EQ(account.identity().value.authToken, "");
         expectFailure(account.isAgreed("agreed-1"), Outcome::NoAccount);
         expectFailure(account.isAgreed("other-1"), Outcome::NoAccount);
-        expectFailure(account.accessToken("client-1", "secret-1"), Outcome::NoAccount);
-        expectFailure(account.accessToken("other-1", ""), Outcome::NoAccount);
+        expectFailure(account.accessToken("client-1", "secret-1", kNow), Outcome::NoAccount);
+        expectFailure(account.accessToken("other-1", "", kNow), Outcome::NoAccount);
         EXPECT_EQ(account.mappings("app", "").outcome, Outcome::NoAccount);
         EXPECT_TRUE(account.mappings("app", "").value.empty());
         EXPECT_EQ(account.addMapping({"app", "partner", "new"}), Outcome::NoAccount);
@@ -132,7 +137,7 @@ TEST(APopup, TellsItsCallerHowItEnded) {
             Account account(description);
             EXPECT_EQ(account.endTerms(kStates[i], "open-1"), kStates[i]);
             EXPECT_EQ(account.endTerms(kStates[i], "other-1"), kStates[i]);
-            if (description.identity) {
+            if (!description.profiles.empty()) {
                 EXPECT_EQ(account.endLogin(kStates[i]), kStates[i]);
             }
         }
@@ -183,19 +188,19 @@ TEST(ATermsDocument, StaysUnknownWhenItsPopupIsCompleted) {
 }
 
 TEST(AClient, GetsItsTokenForItsSecret) {
-    const Account account(signedIn());
-    EXPECT_EQ(account.accessToken("client-1", "secret-1").outcome, Outcome::Ok);
-    EXPECT_EQ(account.accessToken("client-1", "secret-1").value, "token-1");
-    EXPECT_EQ(account.accessToken("client-2", "").outcome, Outcome::Ok);
-    EXPECT_EQ(account.accessToken("client-2", "").value, "");
+    Account account(signedIn());
+    EXPECT_EQ(account.accessToken("client-1", "secret-1", kNow).outcome, Outcome::Ok);
+    EXPECT_EQ(account.accessToken("client-1", "secret-1", kNow).value, "token-1");
+    EXPECT_EQ(account.accessToken("client-2", "", kNow).outcome, Outcome::Ok);
+    EXPECT_EQ(account.accessToken("client-2", "", kNow).value, "");
 }
 
 TEST(AClient, IsUnknownWithAnotherSecret) {
-    const Account account(signedIn());
-    expectFailure(account.accessToken("client-1", "secret-2"), Outcome::Unknown);
-    expectFailure(account.accessToken("client-1", ""), Outcome::Unknown);
-    expectFailure(account.accessToken("client-2", "secret-1"), Outcome::Unknown);
-    expectFailure(account.accessToken("client-3", "secret-1"), Outcome::Unknown);
+    Account account(signedIn());
+    expectFailure(account.accessToken("client-1", "secret-2", kNow), Outcome::Unknown);
+    expectFailure(account.accessToken("client-1", "", kNow), Outcome::Unknown);
+    expectFailure(account.accessToken("client-2", "secret-1", kNow), Outcome::Unknown);
+    expectFailure(account.accessToken("client-3", "secret-1", kNow), Outcome::Unknown);
 }
 
 TEST(AnAccountsMappings, AreAddedOnce) {
@@ -240,12 +245,12 @@ TEST(AnAccountsMappings, AreRemovedWithAllOfAnApplicationAndPartner) {
 
 TEST(TheBehaviour, IsThatOfTheDescription) {
     Description description;
-    description.behaviour.login = {PopupState::Closed, milliseconds(1)};
+    description.behaviour.login = account::Popup{PopupState::Closed, milliseconds(1)};
     description.behaviour.requestDelay = milliseconds(2);
     description.behaviour.unavailable = {Operation::GetGuid};
     const Account account(description);
-    EXPECT_EQ(account.behaviour().login.state, PopupState::Closed);
-    EXPECT_EQ(account.behaviour().login.delay, milliseconds(1));
+    EXPECT_EQ(account.behaviour().login->state, PopupState::Closed);
+    EXPECT_EQ(account.behaviour().login->delay, milliseconds(1));
     EXPECT_EQ(account.behaviour().requestDelay, milliseconds(2));
     EXPECT_TRUE(account.behaviour().isUnavailable(Operation::GetGuid));
     EXPECT_FALSE(account.behaviour().isUnavailable(Operation::GetAuthToken));

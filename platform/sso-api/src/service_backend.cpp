@@ -1,0 +1,183 @@
+#include "service_backend.h"
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "account/operation_names.h"
+#include "service/bus_client.h"
+
+namespace sso_api {
+namespace {
+
+using account::Operation;
+
+/// For requests the service's own bound, and some more; popups take as long as the person does.
+constexpr std::chrono::milliseconds kRequestBound{700000};
+
+const bus::Method& methodOf(Operation operation) {
+    switch (operation) {
+        case Operation::ShowLogin:
+            return bus::account::kShowLogin;
+        case Operation::ShowTerms:
+            return bus::account::kShowTerms;
+        case Operation::RequestAccessToken:
+            return bus::account::kRequestAccessToken;
+        case Operation::ListMappings:
+            return bus::account::kListMappings;
+        case Operation::AddMapping:
+            return bus::account::kAddMapping;
+        case Operation::RemoveMapping:
+            return bus::account::kRemoveMapping;
+        case Operation::GetLoginState:
+            return bus::account::kGetLoginState;
+        case Operation::GetTermState:
+            return bus::account::kGetTermState;
+        case Operation::GetLoginInfo:
+            return bus::account::kGetLoginInfo;
+        case Operation::GetGuid:
+            return bus::account::kGetGuid;
+        case Operation::GetAuthToken:
+            break;
+    }
+    return bus::account::kGetAuthToken;
+}
+
+bool isPopup(Operation operation) {
+    return operation == Operation::ShowLogin || operation == Operation::ShowTerms;
+}
+
+/// What an operation's callback is told when the service does not answer.
+CallbackArguments unreachable() { return {SSO_ERROR_UNAVAILABLE, SSO_POPUP_FAILED, nullptr}; }
+
+CallbackArguments read(sd_bus_message* message) {
+    CallbackArguments told = unreachable();
+    const std::string_view signature = sd_bus_message_get_signature(message, 1);
+    const char* text = nullptr;
+    int state = SSO_POPUP_FAILED;
+    if (signature == "ii") {
+        sd_bus_message_read(message, "ii", &told.result, &state);
+        told.state = static_cast<sso_popup_state_e>(state);
+    } else if (signature == "is") {
+        sd_bus_message_read(message, "is", &told.result, &text);
+        if (told.result == SSO_OK) told.text = copyForC(text);
+    } else {
+        sd_bus_message_read(message, "i", &told.result);
+    }
+    return told;
+}
+
+Answer readAnswer(Operation operation, sd_bus_message* message) {
+    Answer answer;
+    const char* first = "";
+    const char* second = "";
+    if (operation == Operation::GetLoginState || operation == Operation::GetTermState) {
+        int state = 0;
+        sd_bus_message_read(message, "ii", &answer.result, &state);
+        if (answer.result == SSO_OK) answer.state = state;
+    } else if (operation == Operation::GetLoginInfo) {
+        sd_bus_message_read(message, "iss", &answer.result, &first, &second);
+        if (answer.result == SSO_OK) {
+            sso_login_info& info = answer.info.emplace();
+            std::string_view(first).copy(info.login_id, sizeof info.login_id - 1);
+            std::string_view(second).copy(info.uid, sizeof info.uid - 1);
+        }
+    } else {
+        sd_bus_message_read(message, "is", &answer.result, &first);
+        if (answer.result == SSO_OK) answer.text = first;
+    }
+    return answer;
+}
+
+/// The service on a bus.
+class OnBus : public ServiceBackend {
+  public:
+    OnBus(const char* address, const char* state, const char* agent)
+        : m_path(service::pathOf(state)),
+          m_agent(agent != nullptr ? agent : ""),
+          m_client(address) {}
+
+    bool canStart(Operation operation) override;
+    void run(Operation operation, const std::vector<std::string>& texts,
+             OperationQueue::Id id) override;
+    Answer ask(Operation operation, const char* text) override;
+    void cancelAll() override;
+
+  private:
+    const std::string m_path;
+    const std::string m_agent;  ///< who shows windows; "" for nobody
+    service::BusClient m_client;
+};
+
+bool OnBus::canStart(Operation operation) {
+    return m_client.callAndWait(
+        bus::account::kCanStart, m_path,
+        [operation](sd_bus_message* call) {
+            return sd_bus_message_append(call, "s", account::nameOf(operation));
+        },
+        kBound, [](sd_bus_message* /*answer*/) {});
+}
+
+void OnBus::run(Operation operation, const std::vector<std::string>& texts, OperationQueue::Id id) {
+    const bool popup = isPopup(operation);
+    auto write = [texts, agent = popup ? m_agent : std::string(), popup](sd_bus_message* call) {
+        int result = popup ? sd_bus_message_append(call, "s", agent.c_str()) : 0;
+        for (const std::string& text : texts) {
+            if (result >= 0) result = sd_bus_message_append(call, "s", text.c_str());
+        }
+        return result;
+    };
+    m_client.call(methodOf(operation), m_path, std::move(write),
+                  popup ? std::nullopt : std::optional(kRequestBound),
+                  [id](sd_bus_message* message) {
+                      // Not here, where other answers wait: a callback may take its time.
+                      CallbackArguments told = unreachable();
+                      try {
+                          if (message != nullptr) told = read(message);
+                      } catch (const std::bad_alloc&) {
+                          // It stays unreachable.
+                      }
+                      OperationQueue::instance().endLater(id, std::move(told));
+                  });
+}
+
+Answer OnBus::ask(Operation operation, const char* text) {
+    Answer answer{SSO_ERROR_UNAVAILABLE, {}, {}, {}};
+    // Shared, for the case that it comes when nobody waits any more.
+    const auto got = std::make_shared<Answer>(answer);
+    const bool answered = m_client.callAndWait(
+        methodOf(operation), m_path,
+        [argument =
+             std::optional<std::string>(text != nullptr ? std::optional<std::string>(text)
+                                                        : std::nullopt)](sd_bus_message* call) {
+            return argument ? sd_bus_message_append(call, "s", argument->c_str()) : 0;
+        },
+        kBound,
+        [got, operation](sd_bus_message* message) { *got = readAnswer(operation, message); });
+    return answered ? *got : answer;
+}
+
+void OnBus::cancelAll() {
+    m_client.call(bus::account::kCancelAll, m_path, {}, kBound, [](sd_bus_message* /*answer*/) {});
+}
+
+}  // namespace
+
+ServiceBackend* ServiceBackend::instance() {
+    static ServiceBackend* const backend = []() -> ServiceBackend* {
+        const char* address = std::getenv("SSO_BUS_ADDRESS");
+        const char* state = std::getenv("SSO_STATE");
+        if (address == nullptr || *address == '\0' || state == nullptr || *state == '\0') {
+            return nullptr;
+        }
+        OperationQueue::instance();  // lives longer: answers go there
+        static OnBus service(address, state, std::getenv("SSO_AGENT"));
+        return &service;
+    }();
+    return backend;
+}
+
+}  // namespace sso_api
