@@ -162,7 +162,7 @@ void Service::openWindow(const OpenPopup& popup, const std::string& title, const
                                  bus::agent::kName, bus::agent::kOpen.name, &onWindowAnswer,
                                  call.get(), bus::agent::kOpen.in, popup.id, title.c_str(),
                                  html.c_str()) < 0) {
-        m_loop.after(std::chrono::milliseconds(0), call->failed);
+        call->failed();
         return;
     }
     sd_bus_slot_set_destroy_callback(slot,

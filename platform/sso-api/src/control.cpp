@@ -3,12 +3,14 @@
 #include <cstdio>
 #include <map>
 #include <mutex>
+#include <utility>
 
 #include "account/account_file.h"
 #include "account_store.h"
 #include "base/observer.h"
 #include "guarded.h"
 #include "operation_queue.h"
+#include "service_backend.h"
 
 namespace sso_api {
 namespace {
@@ -36,6 +38,20 @@ Answer copyOf(const SsoApiAnswer& answer) {
         copy.text = answer.text;
     }
     return copy;
+}
+
+/// As a file does it: popups of which nothing is said end by themselves, too.
+int replaceThere(ServiceBackend& service, account::Description description) {
+    for (auto* popup : {&description.behaviour.login, &description.behaviour.createAccount,
+                        &description.behaviour.terms}) {
+        if (!*popup) popup->emplace();
+    }
+    const std::string complaint = service.replace(account::toJson(description));
+    if (complaint.empty()) {
+        return SSO_OK;
+    }
+    std::fprintf(stderr, "sso_api: %s\n", complaint.c_str());
+    return SSO_ERROR_INVALID;
 }
 
 }  // namespace
@@ -69,9 +85,12 @@ void sso_api_control_set_text_observer(SsoApiTextObserver observer, void* user) 
 int sso_api_control_set_account(const char* json) {
     return guarded(SSO_ERROR_INVALID, [&]() -> int {
         try {
-            AccountStore::instance().replace(
-                json != nullptr ? account::Account(account::parseAccountFile(json, "account"))
-                                : account::Account());
+            auto description = json != nullptr ? account::parseAccountFile(json, "account")
+                                               : account::Description();
+            if (ServiceBackend* service = ServiceBackend::instance()) {
+                return replaceThere(*service, std::move(description));
+            }
+            AccountStore::instance().replace(account::Account(std::move(description)));
             return SSO_OK;
         } catch (const account::AccountFileError& error) {
             std::fprintf(stderr, "sso_api: %s\n", error.what());

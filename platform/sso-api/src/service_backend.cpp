@@ -1,5 +1,7 @@
 #include "service_backend.h"
 
+#include <utf8.h>
+
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -48,6 +50,12 @@ const bus::Method& methodOf(Operation operation) {
 
 bool isPopup(Operation operation) {
     return operation == Operation::ShowLogin || operation == Operation::ShowTerms;
+}
+
+/// Texts on a bus are UTF-8; what is not has replacement characters there, as in lists.
+int append(sd_bus_message* call, const std::string& text) {
+    return sd_bus_message_append(
+        call, "s", utf8::is_valid(text) ? text.c_str() : utf8::replace_invalid(text).c_str());
 }
 
 /// What an operation's callback is told when the service does not answer.
@@ -104,13 +112,30 @@ class OnBus : public ServiceBackend {
     void run(Operation operation, const std::vector<std::string>& texts,
              OperationQueue::Id id) override;
     Answer ask(Operation operation, const char* text) override;
+    std::string replace(const std::string& json) override;
     void cancelAll() override;
 
   private:
+    /// For what changes nothing: a call that the service's end took away finds the next one.
+    bool askTwice(const bus::Method& method, const service::BusClient::Write& write,
+                  const service::BusClient::Read& read);
+
     const std::string m_path;
     const std::string m_agent;  ///< who shows windows; "" for nobody
     service::BusClient m_client;
 };
+
+bool OnBus::askTwice(const bus::Method& method, const service::BusClient::Write& write,
+                     const service::BusClient::Read& read) {
+    const auto end = std::chrono::steady_clock::now() + kBound;
+    for (int left = 2; left > 0; --left) {
+        const auto rest =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        if (rest.count() <= 0) return false;
+        if (m_client.callAndWait(method, m_path, write, rest, read)) return true;
+    }
+    return false;
+}
 
 bool OnBus::canStart(Operation operation) {
     return m_client.callAndWait(
@@ -126,7 +151,7 @@ void OnBus::run(Operation operation, const std::vector<std::string>& texts, Oper
     auto write = [texts, agent = popup ? m_agent : std::string(), popup](sd_bus_message* call) {
         int result = popup ? sd_bus_message_append(call, "s", agent.c_str()) : 0;
         for (const std::string& text : texts) {
-            if (result >= 0) result = sd_bus_message_append(call, "s", text.c_str());
+            if (result >= 0) result = append(call, text);
         }
         return result;
     };
@@ -148,16 +173,32 @@ Answer OnBus::ask(Operation operation, const char* text) {
     Answer answer{SSO_ERROR_UNAVAILABLE, {}, {}, {}};
     // Shared, for the case that it comes when nobody waits any more.
     const auto got = std::make_shared<Answer>(answer);
-    const bool answered = m_client.callAndWait(
-        methodOf(operation), m_path,
-        [argument =
-             std::optional<std::string>(text != nullptr ? std::optional<std::string>(text)
-                                                        : std::nullopt)](sd_bus_message* call) {
-            return argument ? sd_bus_message_append(call, "s", argument->c_str()) : 0;
-        },
-        kBound,
+    const bool answered = askTwice(
+        methodOf(operation),
+        [argument = std::optional<std::string>(text != nullptr ? std::optional<std::string>(text)
+                                                               : std::nullopt)](
+            sd_bus_message* call) { return argument ? append(call, *argument) : 0; },
         [got, operation](sd_bus_message* message) { *got = readAnswer(operation, message); });
     return answered ? *got : answer;
+}
+
+std::string OnBus::replace(const std::string& json) {
+    const auto complaint = std::make_shared<std::string>();
+    const bool answered = m_client.callAndWait(
+        bus::control::kRun, m_path,
+        [json](sd_bus_message* call) {
+            return sd_bus_message_append(call, bus::control::kRun.in, 3, "state", "load", "-",
+                                         json.c_str());
+        },
+        kBound,
+        [complaint](sd_bus_message* message) {
+            int exitCode = 0;
+            const char* output = nullptr;
+            const char* error = nullptr;
+            sd_bus_message_read(message, bus::control::kRun.out, &exitCode, &output, &error);
+            if (exitCode != 0) *complaint = error;
+        });
+    return answered ? *complaint : "the account service does not answer";
 }
 
 void OnBus::cancelAll() {

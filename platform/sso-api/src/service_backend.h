@@ -35,6 +35,11 @@ class ServiceBackend {
     /// @param text  the argument of one that has one, else null.
     virtual Answer ask(account::Operation operation, const char* text) = 0;
 
+    /// Replaces the state's accounts and behaviour by those of an account file's content; "{}" for none.
+    ///
+    /// @return what is wrong with it; "" when it is done.
+    virtual std::string replace(const std::string& json) = 0;
+
     /// Tells the service that nobody waits for the process's operations any more. Does not wait.
     virtual void cancelAll() = 0;
 };

@@ -1,0 +1,40 @@
+#ifndef TESTS_SERVICE_SERVICE_PROCESS_H_
+#define TESTS_SERVICE_SERVICE_PROCESS_H_
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "service/bus_address.h"
+#include "temporary_folder.h"
+
+/// The account service of this process's client library, on a private bus below a folder of its own.
+class ServiceProcess {
+  public:
+    /// Made at its first use, which must be before the client library's.
+    static ServiceProcess& instance();
+
+    /// Starts the bus when it is not there.
+    void requireBus();
+    /// Sends a signal to the service, if it runs; starts none.
+    void killService(int signal);
+    /// Ends the bus by SIGKILL, and waits until it is gone.
+    void killBus();
+    /// Starts a process that adds mappings until it is ended.
+    pid_t startUser();
+
+    /// The file of the state.
+    std::filesystem::path database() const;
+
+  private:
+    ServiceProcess();
+    /// Of whoever has the name; nothing when nobody has.
+    std::optional<pid_t> processOf(const char* name);
+
+    support::TemporaryFolder m_folder;
+    std::optional<service::BusHold> m_bus;
+};
+
+#endif
