@@ -1,0 +1,269 @@
+// What is kept of a state, and files that cannot be used.
+
+#include "store.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "account/account_file.h"
+#include "database.h"
+#include "temporary_folder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using account::Description;
+using account::Profile;
+using service::Store;
+using service::StoreError;
+using ::testing::HasSubstr;
+
+class AStore : public ::testing::Test {
+  protected:
+    fs::path file() const { return m_folder.path("state.db"); }
+
+    std::string errorOf(const fs::path& path) {
+        try {
+            Store store(path);
+            return "";
+        } catch (const StoreError& error) {
+            return error.what();
+        }
+    }
+
+    void execute(const std::string& sql) {
+        sqlite3* database = nullptr;
+        ASSERT_EQ(sqlite3_open(file().c_str(), &database), SQLITE_OK);
+        char* error = nullptr;
+        sqlite3_exec(database, sql.c_str(), nullptr, nullptr, &error);
+        EXPECT_EQ(error, nullptr) << error;
+        sqlite3_close(database);
+    }
+
+    support::TemporaryFolder m_folder;
+};
+
+/// Lets no file of this process grow beyond a size, while it lives.
+class FileLimit {
+  public:
+    explicit FileLimit(std::uintmax_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &m_former);
+        rlimit limit = m_former;
+        limit.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        m_handler = signal(SIGXFSZ, SIG_IGN);
+    }
+    ~FileLimit() {
+        setrlimit(RLIMIT_FSIZE, &m_former);
+        signal(SIGXFSZ, m_handler);
+    }
+    FileLimit(const FileLimit&) = delete;
+    FileLimit& operator=(const FileLimit&) = delete;
+
+  private:
+    rlimit m_former{};
+    void (*m_handler)(int) = nullptr;
+};
+
+/// What can stand in any text: SQL, HTML, quotes, line ends, letters beyond ASCII.
+const std::string kHostile =
+    "'); DROP TABLE account; --\n\"<script>alert(1)</script>&\\ \xC3\xA9%s";
+
+Description everything() {
+    Description description;
+    for (const char* name : {"robin", "kim"}) {
+        Profile profile;
+        profile.identity = {name + kHostile, kHostile + "u", kHostile + "g", kHostile + "a"};
+        profile.displayName = kHostile + "d";
+        profile.password = kHostile + "p";
+        profile.mappings.add({kHostile + "1", kHostile + "2", kHostile + "3"});
+        profile.mappings.add({"a", "b", "c"});
+        profile.agreements = {{kHostile, "2"}, {"other", "1"}};
+        profile.tokens[kHostile + "id"] = {kHostile + "t", 123456789012345, 7};
+        profile.tokens["client"] = {"token", {}, 1};
+        description.profiles.push_back(profile);
+    }
+    description.signedIn = "kim" + kHostile;
+    description.clients[kHostile + "id"] = {kHostile + "s", kHostile + "t", 5000};
+    description.clients["client"] = {"", "", {}};
+    description.terms[kHostile] = {"2", kHostile + "title", kHostile + "text"};
+    return description;
+}
+
+TEST_F(AStore, BeginsEmptyAndForTheUserAlone) {
+    Store store(file());
+    EXPECT_EQ(account::toJson(store.load()), account::toJson(Description()));
+    EXPECT_EQ(store.value("any"), "");
+    EXPECT_EQ(store.load().signedIn, std::nullopt);
+    struct stat status {};
+    for (const char* suffix : {"", "-wal", "-shm"}) {
+        ASSERT_EQ(stat((file().string() + suffix).c_str(), &status), 0) << suffix;
+        EXPECT_EQ(status.st_mode & 0777U, 0600U) << suffix;
+    }
+}
+
+TEST_F(AStore, GivesBackAllThatItWasGivenWhateverItsTexts) {
+    {
+        Store store(file());
+        store.replace(everything(), {{"setting", kHostile}});
+    }
+    Store store(file());
+    EXPECT_EQ(account::toJson(store.load()), account::toJson(everything()));
+    EXPECT_EQ(store.value("setting"), kHostile);
+    EXPECT_EQ(integrity(file()), "ok");
+    store.replace(Description(), {});
+    EXPECT_EQ(account::toJson(store.load()), account::toJson(Description()));
+    EXPECT_EQ(store.value("setting"), kHostile);
+}
+
+TEST_F(AStore, KeepsWhatAnAccountRecords) {
+    Store store(file());
+    store.replace(everything(), {});
+    account::Account account(store.load(), &store);
+    account.signIn("robin" + kHostile);
+    account.addMapping({"new", kHostile, "x"});
+    account.removeMapping({"a", "b", ""});
+    account.removeMapping({kHostile + "1", kHostile + "2", kHostile + "3"});
+    account.accessToken(kHostile + "id", kHostile + "s", 999999999999999);
+    account.endTerms(account::PopupState::Completed, kHostile);
+    EXPECT_EQ(account::toJson(Store(file()).load()), account::toJson(account.description()));
+    account.signOut();
+    EXPECT_EQ(Store(file()).load().signedIn, std::nullopt);
+}
+
+TEST_F(AStore, HoldsLongTexts) {
+    const std::string megabyte(1 << 20, 'x');
+    Store store(file());
+    Description description = everything();
+    description.terms["long"] = {"1", megabyte, megabyte};
+    description.profiles[0].mappings.add({megabyte, "b", "c"});
+    store.replace(description, {});
+    EXPECT_EQ(account::toJson(Store(file()).load()), account::toJson(description));
+}
+
+TEST_F(AStore, TellsThatAnotherHasChangedIt) {
+    Store store(file());
+    Store other(file());
+    const auto before = store.changes();
+    store.setValue("name", "own");
+    EXPECT_EQ(store.changes(), before);
+    other.setValue("name", "other's");
+    EXPECT_NE(store.changes(), before);
+    EXPECT_EQ(store.value("name"), "other's");
+}
+
+TEST_F(AStore, RefusesWhatItCannotKeepAndKeepsTheRest) {
+    Store store(file());
+    store.replace(everything(), {});
+    Description twice = everything();
+    twice.profiles[1] = twice.profiles[0];  // no two accounts have the same loginId
+    EXPECT_THROW(store.replace(twice, {{"setting", "new"}}), StoreError);
+    EXPECT_EQ(account::toJson(store.load()), account::toJson(everything()));
+    EXPECT_EQ(store.value("setting"), "");
+    // A token for somebody who is not there.
+    EXPECT_THROW(store.token("nobody", "client", {"t", {}, 1}), StoreError);
+    EXPECT_EQ(account::toJson(store.load()), account::toJson(everything()));
+}
+
+TEST_F(AStore, QuotesNoSecretInAnError) {
+    Store store(file());
+    try {
+        store.token("hush-login", "hush-client", {"hush-token", {}, 1});
+        FAIL();
+    } catch (const StoreError& error) {
+        EXPECT_EQ(std::string(error.what()), "FOREIGN KEY constraint failed");
+    }
+}
+
+TEST_F(AStore, ThatIsNoDatabaseIsRefusedAndLeftAsItIs) {
+    std::ofstream(file())
+        << "This is a text and no database, though it is long enough for a header, is it not? Yes.";
+    EXPECT_EQ(errorOf(file()), file().string() + " cannot be used: file is not a database");
+    std::string text;
+    std::getline(std::ifstream(file()), text);
+    EXPECT_THAT(text, HasSubstr("This is a text"));
+}
+
+TEST_F(AStore, OfAnotherProgramIsRefusedAndLeftAsItIs) {
+    execute("CREATE TABLE theirs (x); PRAGMA user_version = 1; PRAGMA application_id = 77");
+    EXPECT_EQ(errorOf(file()),
+              file().string() + " cannot be used: is a database of another program");
+    execute("INSERT INTO theirs VALUES (1)");
+}
+
+TEST_F(AStore, OfANewerVersionIsRefusedWithTheCure) {
+    { Store store(file()); }
+    execute("PRAGMA user_version = 1000");
+    EXPECT_EQ(
+        errorOf(file()),
+        file().string() +
+            " cannot be used: is of version 1000 and this program knows versions up to 1; use "
+            "the newer program, or another state");
+}
+
+TEST_F(AStore, ThatIsDamagedIsRefused) {
+    {
+        Store store(file());
+        Description description = everything();
+        for (int i = 0; i < 2000; ++i) {
+            description.profiles[0].mappings.add({"app", "partner", "user-" + std::to_string(i)});
+        }
+        store.replace(description, {});
+    }
+    // What lies in the middle becomes noise.
+    const auto size = fs::file_size(file());
+    ASSERT_GT(size, 40000U);
+    std::fstream damaged(file(), std::ios::in | std::ios::out | std::ios::binary);
+    damaged.seekp(static_cast<std::streamoff>(size / 2));
+    damaged << std::string(8192, '\x5a');
+    damaged.close();
+    const std::string error = errorOf(file());
+    EXPECT_THAT(error, HasSubstr(file().string() + " cannot be used: "));
+    EXPECT_THAT(error, ::testing::AnyOf(HasSubstr("malformed"), HasSubstr("is damaged")));
+}
+
+TEST_F(AStore, InAFolderThatIsNotThereIsRefused) {
+    EXPECT_EQ(errorOf(m_folder.path("none/state.db")),
+              m_folder.path("none/state.db") + ": No such file or directory");
+}
+
+TEST_F(AStore, BehindALinkIsRefused) {
+    fs::create_symlink(m_folder.path("elsewhere"), file());
+    EXPECT_THAT(errorOf(file()), HasSubstr("Too many levels of symbolic links"));
+    EXPECT_FALSE(fs::exists(m_folder.path("elsewhere")));
+}
+
+/// A file that may grow no more is what a full disk is for a program.
+TEST_F(AStore, ThatHasNoRoomKeepsWhatItHas) {
+    Store store(file());
+    store.replace(everything(), {});
+    account::Account account(store.load(), &store);
+    bool refused = false;
+    {
+        const FileLimit limit(fs::file_size(file().string() + "-wal") + 20000);
+        for (int i = 0; i < 5000 && !refused; ++i) {
+            try {
+                account.addMapping({"app", "partner", std::string(100, 'x') + std::to_string(i)});
+            } catch (const StoreError& error) {
+                EXPECT_THAT(error.what(),
+                            ::testing::AnyOf(HasSubstr("disk I/O error"), HasSubstr("full")));
+                refused = true;
+            }
+        }
+    }
+    EXPECT_TRUE(refused);
+    EXPECT_EQ(account::toJson(store.load()), account::toJson(account.description()));
+    EXPECT_EQ(account.addMapping({"app", "partner", "room"}), account::Outcome::Ok);
+    EXPECT_EQ(account::toJson(Store(file()).load()), account::toJson(account.description()));
+    EXPECT_EQ(integrity(file()), "ok");
+}
+
+}  // namespace
