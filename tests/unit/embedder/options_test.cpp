@@ -111,12 +111,33 @@ TEST_F(TheCommonOptions, RefuseAnAccountThatIsNone) {
     EXPECT_THAT(errorOf({"--account", account.c_str()}), HasSubstr("account.json:2: signedIn: "));
 }
 
+TEST_F(TheCommonOptions, TakeTheNameOfAState) {
+    EXPECT_EQ(read({}).state, "");
+    EXPECT_EQ(read({"--state", "A-z_0.9"}).state, "A-z_0.9");
+}
+
+TEST_F(TheCommonOptions, RefuseWhatIsNoStatesName) {
+    const std::string rule =
+        ": its name must have at most 64 letters, digits, dots, dashes and underscores, and no dot "
+        "first";
+    for (const std::string& name : {std::string(".hidden"), std::string("a/b"),
+                                    std::string("\xC3\xA9"), std::string(65, 'x')}) {
+        EXPECT_EQ(errorOf({"--state", name.c_str()}), "--state " + name + rule);
+    }
+}
+
+TEST_F(TheCommonOptions, TakeAStateOrAnAccountFile) {
+    EXPECT_EQ(parse({"--state", "name", "--account", "file"}), embedder::kExitBadInput);
+    EXPECT_EQ(m_errors, "program: --account excludes --state; --help tells more\n");
+}
+
 TEST_F(TheCommonOptions, AreExplained) {
     EXPECT_EQ(parse({"--help"}), 0);
     EXPECT_THAT(m_errors, IsEmpty());
     EXPECT_THAT(m_output, AllOf(HasSubstr("--module PATH"), HasSubstr("--grant NAME,..."),
                                 HasSubstr("--manifest FILE"), HasSubstr("--account FILE"),
-                                HasSubstr("--log"), HasSubstr("What becomes of a manifest")));
+                                HasSubstr("--state NAME"), HasSubstr("--log"),
+                                HasSubstr("What becomes of a manifest")));
 }
 
 TEST_F(TheCommonOptions, TellTheVersion) {
@@ -152,12 +173,13 @@ class TheEnvironment : public ::testing::Test {
 
   private:
     static void clear() {
-        for (const char* name : {"DLOG_LEVEL", "SSO_ACCOUNT_FILE"}) unsetenv(name);
+        for (const char* name : {"DLOG_LEVEL", "SSO_ACCOUNT_FILE", "SSO_STATE", "SSO_BUS_ADDRESS"})
+            unsetenv(name);
     }
 };
 
 TEST_F(TheEnvironment, IsSilentWithoutAnAccountByItself) {
-    embedder::prepareEnvironment(m_options);
+    embedder::prepareEnvironment(m_options, {});
     EXPECT_EQ(valueOf("DLOG_LEVEL"), "silent");
     EXPECT_EQ(valueOf("SSO_ACCOUNT_FILE"), "(not set)");
 }
@@ -165,15 +187,21 @@ TEST_F(TheEnvironment, IsSilentWithoutAnAccountByItself) {
 TEST_F(TheEnvironment, KeepsWhatTheUserHasSetUnlessAnOptionSaysOtherwise) {
     setenv("DLOG_LEVEL", "error", 1);
     setenv("SSO_ACCOUNT_FILE", "/of/the/user.json", 1);
-    embedder::prepareEnvironment(m_options);
+    embedder::prepareEnvironment(m_options, {});
     EXPECT_EQ(valueOf("DLOG_LEVEL"), "error");
     EXPECT_EQ(valueOf("SSO_ACCOUNT_FILE"), "/of/the/user.json");
 
     m_options.log = true;
     m_options.account = "/of/the/option.json";
-    embedder::prepareEnvironment(m_options);
+    embedder::prepareEnvironment(m_options, {});
     EXPECT_EQ(valueOf("DLOG_LEVEL"), "detail");
     EXPECT_EQ(valueOf("SSO_ACCOUNT_FILE"), "/of/the/option.json");
+}
+
+TEST_F(TheEnvironment, NamesNoStateOfAnOuterProgram) {
+    setenv("SSO_STATE", "of-another", 1);
+    embedder::prepareEnvironment(m_options, {});
+    EXPECT_EQ(valueOf("SSO_STATE"), "(not set)");
 }
 
 }  // namespace
