@@ -114,6 +114,8 @@ void prepareEnvironment(const Options& options, const std::vector<Application>& 
     if (!options.messages.empty()) set(kMessagesVariable, "1");
     setDefault("MESA_SHADER_CACHE_DISABLE", "true");  // nothing is kept on disk
     setDefault("XDG_RUNTIME_DIR", folder.path().string());
+    // Otherwise the engine's libraries start a bus of their own, which stays as long as the display.
+    setDefault("DBUS_SESSION_BUS_ADDRESS", "disabled:");
 }
 
 }  // namespace browser
