@@ -21,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFlagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
+constexpr const char* kAgentVariable = "SSO_AGENT";        // of the client library
 constexpr unsigned long kEnoughSharedMemory = 64UL << 20;  // bytes
 constexpr const char* kMimeType = "application/x-sso-plugin";
 
@@ -92,8 +93,10 @@ fs::path eventPipe(const SessionFolder& folder) { return folder.path() / "events
 
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
                         int serverPort, const SessionFolder& folder,
-                        const embedder::ServiceHold& service) {
+                        const embedder::ServiceHold& service, const std::string& agent) {
     embedder::prepareEnvironment(options.common, service);
+    unsetenv(kAgentVariable);
+    if (!agent.empty()) set(kAgentVariable, agent);
     set(kFlagsVariable, engineSwitches(folder) + resolverRules(applications, serverPort));
     set(kModuleVariable, fs::absolute(options.common.module).lexically_normal().string());
     nlohmann::json told = nlohmann::json::array();

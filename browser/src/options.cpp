@@ -170,6 +170,11 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
 
     if (const auto end = embedder::parseCommandLine(app, argc, argv)) return *end;
     options.common = common.read();
+#ifdef SSO_SERVICE
+    if (options.common.account.empty() && options.common.state.empty()) {
+        options.common.state = "default";
+    }
+#endif
     if (options.targets.size() > 1 && !options.common.manifest.empty()) {
         throw embedder::InputError("--manifest goes with one target only");
     }

@@ -77,6 +77,15 @@ void Runner::start() {
     for (std::size_t i = 0; i < m_windows.size(); ++i) m_windows[i]->show(m_applications[i].start);
 }
 
+QWidget* Runner::frontWindow() const {
+    QWidget* front = nullptr;
+    for (const auto& window : m_windows) {
+        QWidget& view = window->view();
+        if (!window->isClosed() && (front == nullptr || view.isActiveWindow())) front = &view;
+    }
+    return front;
+}
+
 void Runner::onLoaded(std::size_t window, bool succeeded) {
     const Application& application = m_applications[window];
     const QString address = application.start.toDisplayString();
