@@ -91,9 +91,17 @@ std::string engineSwitches(const SessionFolder& folder) {
 
 fs::path eventPipe(const SessionFolder& folder) { return folder.path() / "events"; }
 
+fs::path logFile(const Options& options, const SessionFolder& folder) {
+    const char* given = getenv("DLOG_FILE");
+    if (given != nullptr && *given != '\0') return given;
+    return options.common.log || !hasPanel(options) ? fs::path() : folder.path() / "log";
+}
+
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
                         int serverPort, const SessionFolder& folder,
                         const embedder::ServiceHold& service, const std::string& agent) {
+    // Before the level is silent, unless somebody has set another.
+    if (hasPanel(options) && !options.common.log) setDefault("DLOG_LEVEL", "detail");
     embedder::prepareEnvironment(options.common, service);
     unsetenv(kAgentVariable);
     if (!agent.empty()) set(kAgentVariable, agent);
@@ -114,7 +122,9 @@ void prepareEnvironment(const Options& options, const std::vector<Application>& 
     }
     set(kEventsVariable, events.string());
     unsetenv(kMessagesVariable);
-    if (!options.messages.empty()) set(kMessagesVariable, "1");
+    if (!options.messages.empty() || hasPanel(options)) set(kMessagesVariable, "1");
+    const fs::path log = logFile(options, folder);
+    if (!log.empty()) set("DLOG_FILE", log.string());
     setDefault("MESA_SHADER_CACHE_DISABLE", "true");  // nothing is kept on disk
     setDefault("XDG_RUNTIME_DIR", folder.path().string());
 }

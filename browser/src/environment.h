@@ -12,6 +12,9 @@
 
 namespace browser {
 
+/// Where the plug-in's log goes, for the panel; empty when somebody wants it on standard error.
+std::filesystem::path logFile(const Options& options, const SessionFolder& folder);
+
 /// Where the wrapper tells of the plug-in process; prepareEnvironment() makes it.
 std::filesystem::path eventPipe(const SessionFolder& folder);
 

@@ -42,7 +42,7 @@ Examples:
   sso-browser web/demo --devtools
 
 Keys: F5 or Ctrl+R reloads, Ctrl++ Ctrl+- Ctrl+0 zoom, F12 or Ctrl+Shift+I opens and
-closes the inspector; the context menu has Inspect.
+closes the inspector; the context menu has Inspect. F9 opens and closes the desk's panel.
 )";
 
 double readSeconds(const char* option, const std::string& text) {
@@ -142,6 +142,10 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     app.add_option("--messages", options.messages,
                    "Write each request to the plug-in and each answer, as JSON lines; - is stdout")
         ->type_name("FILE|-");
+    app.add_flag(
+        "--panel", options.panel,
+        "Show the desk's panel beside the first application: the account and switches for it, "
+        "privileges, messages, the log; F9 shows and hides it");
     std::string devtools;
     app.add_flag(
         "--devtools{9222}", devtools,

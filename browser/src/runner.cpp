@@ -80,8 +80,8 @@ void Runner::start() {
 QWidget* Runner::frontWindow() const {
     QWidget* front = nullptr;
     for (const auto& window : m_windows) {
-        QWidget& view = window->view();
-        if (!window->isClosed() && (front == nullptr || view.isActiveWindow())) front = &view;
+        QWidget& frame = window->frame();
+        if (!window->isClosed() && (front == nullptr || frame.isActiveWindow())) front = &frame;
     }
     return front;
 }
@@ -177,7 +177,7 @@ void Runner::waitForEnd() {
 bool Runner::takeScreenshot() {
     if (m_options.screenshot.empty()) return true;
     const QString file = QString::fromStdString(m_options.screenshot.string());
-    if (m_windows.front()->view().grab().save(file, "PNG")) return true;
+    if (m_windows.front()->frame().grab().save(file, "PNG")) return true;
     complain(QStringLiteral("the screenshot %1 cannot be written").arg(file));
     return false;
 }

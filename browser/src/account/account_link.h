@@ -11,6 +11,7 @@
 #include <string>
 
 #include "service/bus_client.h"
+#include "src/panel/remote_control.h"
 
 namespace browser {
 
@@ -32,11 +33,6 @@ class AccountLink {
     /// @param answered  whether the service did; without, the others say nothing.
     /// @param done      the popup has ended.
     using Submitted = std::function<void(bool answered, bool done, const Texts& errors)>;
-    struct VerbResult {
-        int exitCode = -1;  ///< -1: the service does not answer
-        QString output;
-        QString error;
-    };
 
     /// A text for one run of this browser, by which the plug-in's process says where its popups are shown.
     static std::string makeKey();
