@@ -21,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFlagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
+constexpr const char* kAgentVariable = "SSO_AGENT";        // of the client library
 constexpr unsigned long kEnoughSharedMemory = 64UL << 20;  // bytes
 constexpr const char* kMimeType = "application/x-sso-plugin";
 
@@ -90,10 +91,20 @@ std::string engineSwitches(const SessionFolder& folder) {
 
 fs::path eventPipe(const SessionFolder& folder) { return folder.path() / "events"; }
 
+fs::path logFile(const Options& options, const SessionFolder& folder) {
+    const char* given = getenv("DLOG_FILE");
+    if (given != nullptr && *given != '\0') return given;
+    return options.common.log || !hasPanel(options) ? fs::path() : folder.path() / "log";
+}
+
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
                         int serverPort, const SessionFolder& folder,
-                        const embedder::ServiceHold& service) {
+                        const embedder::ServiceHold& service, const std::string& agent) {
+    // Before the level is silent, unless somebody has set another.
+    if (hasPanel(options) && !options.common.log) setDefault("DLOG_LEVEL", "detail");
     embedder::prepareEnvironment(options.common, service);
+    unsetenv(kAgentVariable);
+    if (!agent.empty()) set(kAgentVariable, agent);
     set(kFlagsVariable, engineSwitches(folder) + resolverRules(applications, serverPort));
     set(kModuleVariable, fs::absolute(options.common.module).lexically_normal().string());
     nlohmann::json told = nlohmann::json::array();
@@ -111,7 +122,9 @@ void prepareEnvironment(const Options& options, const std::vector<Application>& 
     }
     set(kEventsVariable, events.string());
     unsetenv(kMessagesVariable);
-    if (!options.messages.empty()) set(kMessagesVariable, "1");
+    if (!options.messages.empty() || hasPanel(options)) set(kMessagesVariable, "1");
+    const fs::path log = logFile(options, folder);
+    if (!log.empty()) set("DLOG_FILE", log.string());
     setDefault("MESA_SHADER_CACHE_DISABLE", "true");  // nothing is kept on disk
     setDefault("XDG_RUNTIME_DIR", folder.path().string());
     // Otherwise the engine's libraries start a bus of their own, which stays as long as the display.

@@ -2,6 +2,7 @@
 #define BROWSER_ENVIRONMENT_H_
 
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include "embedder/environment.h"
@@ -11,6 +12,9 @@
 
 namespace browser {
 
+/// Where the plug-in's log goes, for the panel; empty when somebody wants it on standard error.
+std::filesystem::path logFile(const Options& options, const SessionFolder& folder);
+
 /// Where the wrapper tells of the plug-in process; prepareEnvironment() makes it.
 std::filesystem::path eventPipe(const SessionFolder& folder);
 
@@ -18,10 +22,12 @@ std::filesystem::path eventPipe(const SessionFolder& folder);
 /// what to do. Call before the application object exists, while there is one thread.
 ///
 /// @param serverPort  where the folders of applications are served; 0 when there are none.
+/// @param service     of the options' state.
+/// @param agent       the key with which this browser shows the account's windows; empty for no windows.
 /// @throws embedder::InputError  when this program's own files are not where they belong.
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
                         int serverPort, const SessionFolder& folder,
-                        const embedder::ServiceHold& service);
+                        const embedder::ServiceHold& service, const std::string& agent);
 
 }  // namespace browser
 

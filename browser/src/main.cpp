@@ -25,6 +25,7 @@
 #include "src/later.h"
 #include "src/module_check.h"
 #include "src/options.h"
+#include "src/panel/panel.h"
 #include "src/plugin_watch.h"
 #include "src/qt_messages.h"
 #include "src/runner.h"
@@ -32,6 +33,10 @@
 #include "src/signal_pipe.h"
 #include "src/standard_streams.h"
 #include "src/xvfb.h"
+#ifdef SSO_SERVICE
+#include "src/account/account_windows.h"
+#include "src/account/window_profile.h"
+#endif
 
 namespace {
 
@@ -120,8 +125,14 @@ int run(const browser::Options& options) {
     const auto service = embedder::ServiceHold::get(options.common);
     const int signalPipe = browser::openSignalPipe();
     const browser::SessionFolder folder;
-    browser::prepareEnvironment(options, applications, server ? server->port() : 0, folder,
-                                service);
+    std::string agent;
+#ifdef SSO_SERVICE
+    const bool hasService = !service.address().empty();
+    if (hasService) agent = browser::AccountLink::makeKey();
+    browser::registerWindowScheme();
+#endif
+    browser::prepareEnvironment(options, applications, server ? server->port() : 0, folder, service,
+                                agent);
     if (options.devtools) openDevTools(*options.devtools);
     const browser::ChildProcesses children;  // ends them after all that is made below is gone
     std::optional<browser::Xvfb> display;
@@ -156,6 +167,32 @@ int run(const browser::Options& options) {
         options.dialogs.value_or(isAlone ? browser::Dialogs::Dismiss : browser::Dialogs::Person);
     browser::PluginWatch plugin(browser::eventPipe(folder), options.messages);
     browser::Runner runner(options, applications, dialogs, std::move(scripts), plugin);
+    browser::PanelSetting panel;
+    panel.application = applications.front().told;
+    panel.account =
+        QString::fromStdString(options.common.account) + QStringLiteral(", which stays as it is");
+    panel.log = browser::logFile(options, folder);
+#ifdef SSO_SERVICE
+    std::optional<browser::AccountWindows> accountWindows;
+    if (hasService) {
+        accountWindows.emplace(service.address(), options.common.state, agent,
+                               [&runner] { return runner.frontWindow(); });
+        panel.runVerb = [&link = accountWindows->link()](const QStringList& words, auto done) {
+            link.run(words, std::move(done));
+        };
+    }
+#endif
+    if (browser::hasPanel(options)) {
+        auto shown = std::make_unique<browser::Panel>(panel);
+        plugin.watchMessages([&panel = *shown](const std::string& line) { panel.onMessage(line); });
+#ifdef SSO_SERVICE
+        if (accountWindows) {
+            accountWindows->link().watch(
+                [&panel = *shown](const QString& json) { panel.onEvent(json); });
+        }
+#endif
+        runner.firstWindow().addPanel(std::move(shown), options.panel);
+    }
     // What ends the program before its event loop runs would be forgotten.
     if (ended) return *ended;
     browser::later(*qApp, 0, [&runner] { runner.start(); });

@@ -42,7 +42,7 @@ Examples:
   sso-browser web/demo --devtools
 
 Keys: F5 or Ctrl+R reloads, Ctrl++ Ctrl+- Ctrl+0 zoom, F12 or Ctrl+Shift+I opens and
-closes the inspector; the context menu has Inspect.
+closes the inspector; the context menu has Inspect. F9 opens and closes the desk's panel.
 )";
 
 double readSeconds(const char* option, const std::string& text) {
@@ -142,6 +142,10 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     app.add_option("--messages", options.messages,
                    "Write each request to the plug-in and each answer, as JSON lines; - is stdout")
         ->type_name("FILE|-");
+    app.add_flag(
+        "--panel", options.panel,
+        "Show the desk's panel beside the first application: the account and switches for it, "
+        "privileges, messages, the log; F9 shows and hides it");
     std::string devtools;
     app.add_flag(
         "--devtools{9222}", devtools,
@@ -170,6 +174,11 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
 
     if (const auto end = embedder::parseCommandLine(app, argc, argv)) return *end;
     options.common = common.read();
+#ifdef SSO_SERVICE
+    if (options.common.account.empty() && options.common.state.empty()) {
+        options.common.state = "default";
+    }
+#endif
     if (options.targets.size() > 1 && !options.common.manifest.empty()) {
         throw embedder::InputError("--manifest goes with one target only");
     }

@@ -26,12 +26,16 @@ struct Options {
     std::optional<Dialogs> dialogs;
     Console::Form console = Console::Form::Text;
     std::filesystem::path messages;  ///< file for messages; "-" for standard output
-    std::filesystem::path profile;   ///< folder of what pages store
-    std::optional<int> devtools;     ///< port of remote debugging; 0 for any
+    bool panel = false;
+    std::filesystem::path profile;  ///< folder of what pages store
+    std::optional<int> devtools;    ///< port of remote debugging; 0 for any
     int port = 0;      ///< of the server of a folder; 0 for any, behind a name of its own
     int width = 1280;  ///< pixels
     int height = 800;  ///< pixels
 };
+
+/// Whether somebody may look at the panel: what it tells is collected from the start.
+inline bool hasPanel(const Options& options) { return options.panel || options.scripts.empty(); }
 
 /// @return the options, or the exit code when there is nothing to run: after --help, which goes to
 ///         stdout, and after a mistake, of which one line goes to stderr.

@@ -133,6 +133,7 @@ void PluginWatch::onEnd() {
 }
 
 void PluginWatch::writeMessage(const std::string& line) {
+    if (m_messageWatcher) m_messageWatcher(line);
     if (m_toOutput) return printLine(plain(line));
     if (m_file == nullptr || !m_works) return;
     m_works = std::fputs((line + "\n").c_str(), m_file) >= 0 && std::fflush(m_file) == 0;

@@ -9,11 +9,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "embedder/message_journal.h"
 
@@ -31,6 +33,11 @@ class PluginWatch {
     ~PluginWatch();
     PluginWatch(const PluginWatch&) = delete;
     PluginWatch& operator=(const PluginWatch&) = delete;
+
+    /// Has each message told, as embedder::MessageJournal writes it.
+    void watchMessages(std::function<void(const std::string& line)> watcher) {
+        m_messageWatcher = std::move(watcher);
+    }
 
     /// Reads what has been told up to now.
     void catchUp();
@@ -50,6 +57,7 @@ class PluginWatch {
     void onEnd();
     void writeMessage(const std::string& line);
 
+    std::function<void(const std::string&)> m_messageWatcher;
     QObject m_context;  ///< of what is done later
     const std::filesystem::path m_pipe;
     std::FILE* m_file = nullptr;

@@ -77,6 +77,15 @@ void Runner::start() {
     for (std::size_t i = 0; i < m_windows.size(); ++i) m_windows[i]->show(m_applications[i].start);
 }
 
+QWidget* Runner::frontWindow() const {
+    QWidget* front = nullptr;
+    for (const auto& window : m_windows) {
+        QWidget& frame = window->frame();
+        if (!window->isClosed() && (front == nullptr || frame.isActiveWindow())) front = &frame;
+    }
+    return front;
+}
+
 void Runner::onLoaded(std::size_t window, bool succeeded) {
     const Application& application = m_applications[window];
     const QString address = application.start.toDisplayString();
@@ -168,7 +177,7 @@ void Runner::waitForEnd() {
 bool Runner::takeScreenshot() {
     if (m_options.screenshot.empty()) return true;
     const QString file = QString::fromStdString(m_options.screenshot.string());
-    if (m_windows.front()->view().grab().save(file, "PNG")) return true;
+    if (m_windows.front()->frame().grab().save(file, "PNG")) return true;
     complain(QStringLiteral("the screenshot %1 cannot be written").arg(file));
     return false;
 }

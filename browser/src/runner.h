@@ -37,6 +37,12 @@ class Runner {
     /// Shows the windows and begins to load their pages.
     void start();
 
+    /// The first application's.
+    Window& firstWindow() { return *m_windows.front(); }
+
+    /// The window that is in front, or else the first; null when all are closed.
+    QWidget* frontWindow() const;
+
   private:
     Window::Observer observerOf(std::size_t window);
     QWebEnginePage* openWindow(const PageSetting& setting);

@@ -2,7 +2,9 @@
 
 #include <QCloseEvent>
 #include <QContextMenuEvent>
+#include <QDockWidget>
 #include <QMenu>
+#include <QShortcut>
 #include <QWebEngineProfile>
 #include <utility>
 
@@ -12,6 +14,21 @@ namespace {
 constexpr double kZoomStep = 1.1;
 
 }  // namespace
+
+class Window::Frame : public QMainWindow {
+  public:
+    explicit Frame(Window& window) : m_window(window) {}
+
+  protected:
+    void closeEvent(QCloseEvent* event) override {
+        QMainWindow::closeEvent(event);
+        m_window.m_isClosed = true;
+        if (m_window.m_observer.onClosed) m_window.m_observer.onClosed();
+    }
+
+  private:
+    Window& m_window;
+};
 
 class Window::View : public QWebEngineView {
   public:
@@ -33,25 +50,23 @@ class Window::View : public QWebEngineView {
         menu->popup(event->globalPos());
     }
 
-    void closeEvent(QCloseEvent* event) override {
-        QWebEngineView::closeEvent(event);
-        m_window.m_isClosed = true;
-        if (m_window.m_observer.onClosed) m_window.m_observer.onClosed();
-    }
-
   private:
     Window& m_window;
 };
 
 Window::Window(const PageSetting& setting, const QString& name, QSize size, Observer observer)
-    : m_observer(std::move(observer)), m_page(setting), m_view(std::make_unique<View>(*this)) {
+    : m_observer(std::move(observer)),
+      m_page(setting),
+      m_frame(std::make_unique<Frame>(*this)),
+      m_view(new View(*this)) {
     m_view->setPage(&m_page);
-    m_view->resize(size);
-    m_view->setWindowTitle(name);
+    m_frame->setCentralWidget(m_view);
+    m_frame->resize(size);
+    m_frame->setWindowTitle(name);
     QObject::connect(&m_page, &QWebEnginePage::titleChanged, [this, name](const QString& title) {
-        m_view->setWindowTitle(title.isEmpty() ? name : title);
+        m_frame->setWindowTitle(title.isEmpty() ? name : title);
     });
-    QObject::connect(&m_page, &QWebEnginePage::windowCloseRequested, [this] { m_view->close(); });
+    QObject::connect(&m_page, &QWebEnginePage::windowCloseRequested, [this] { m_frame->close(); });
     QObject::connect(&m_page, &QWebEnginePage::loadFinished, [this](bool succeeded) {
         // Later ones are of pages to which this one went on.
         if (!std::exchange(m_loaded, true) && m_observer.onLoaded) m_observer.onLoaded(succeeded);
@@ -67,21 +82,31 @@ Window::Window(const PageSetting& setting, const QString& name, QSize size, Obse
 
 Window::~Window() = default;
 
-QWebEngineView& Window::view() { return *m_view; }
+QMainWindow& Window::frame() { return *m_frame; }
+
+template <typename Action>
+void Window::addKey(const char* keys, Action action) {
+    auto* shortcut = new QShortcut(QKeySequence(QString::fromLatin1(keys)), m_frame.get());
+    QObject::connect(shortcut, &QShortcut::activated, action);
+}
+
+void Window::addPanel(std::unique_ptr<QWidget> panel, bool isShown) {
+    auto* dock = new QDockWidget(QStringLiteral("Desk"), m_frame.get());
+    dock->setWidget(panel.release());
+    dock->setVisible(isShown);
+    m_frame->addDockWidget(Qt::RightDockWidgetArea, dock);
+    addKey("F9", [dock] { dock->setVisible(!dock->isVisible()); });
+}
 
 void Window::addKeys() {
-    const auto add = [this](const char* keys, auto&& action) {
-        auto* shortcut = new QShortcut(QKeySequence(QString::fromLatin1(keys)), m_view.get());
-        QObject::connect(shortcut, &QShortcut::activated, action);
-    };
     const auto zoom = [this](double factor) { m_page.setZoomFactor(m_page.zoomFactor() * factor); };
     for (const char* keys : {"F5", "Ctrl+R"}) {
-        add(keys, [this] { m_page.triggerAction(QWebEnginePage::Reload); });
+        addKey(keys, [this] { m_page.triggerAction(QWebEnginePage::Reload); });
     }
-    for (const char* keys : {"Ctrl++", "Ctrl+="}) add(keys, [zoom] { zoom(kZoomStep); });
-    add("Ctrl+-", [zoom] { zoom(1 / kZoomStep); });
-    add("Ctrl+0", [this] { m_page.setZoomFactor(1); });
-    for (const char* keys : {"F12", "Ctrl+Shift+I"}) add(keys, [this] { toggleInspector(); });
+    for (const char* keys : {"Ctrl++", "Ctrl+="}) addKey(keys, [zoom] { zoom(kZoomStep); });
+    addKey("Ctrl+-", [zoom] { zoom(1 / kZoomStep); });
+    addKey("Ctrl+0", [this] { m_page.setZoomFactor(1); });
+    for (const char* keys : {"F12", "Ctrl+Shift+I"}) addKey(keys, [this] { toggleInspector(); });
 }
 
 void Window::toggleInspector() {
@@ -108,7 +133,8 @@ void Window::showInspector() {
 
 void Window::show(const QUrl& start) {
     if (!start.isEmpty()) m_page.load(start);
-    m_view->show();
+    m_frame->show();
+    m_view->setFocus();
 }
 
 }  // namespace browser

@@ -1,7 +1,7 @@
 #ifndef BROWSER_WINDOW_H_
 #define BROWSER_WINDOW_H_
 
-#include <QShortcut>
+#include <QMainWindow>
 #include <QWebEngineView>
 #include <functional>
 #include <memory>
@@ -31,12 +31,18 @@ class Window {
 
     bool isClosed() const { return m_isClosed; }
     WebPage& page() { return m_page; }
-    QWebEngineView& view();
+    QMainWindow& frame();
+
+    /// Puts a panel beside the page, which F9 shows and hides.
+    void addPanel(std::unique_ptr<QWidget> panel, bool isShown);
 
   private:
+    class Frame;
     class View;
 
     void addKeys();
+    template <typename Action>
+    void addKey(const char* keys, Action action);
     void showInspector();
     void toggleInspector();
 
@@ -45,7 +51,8 @@ class Window {
     bool m_isClosed = false;
     // In this order, so that the views go before the page.
     WebPage m_page;
-    std::unique_ptr<View> m_view;
+    std::unique_ptr<Frame> m_frame;
+    View* m_view;  ///< in the frame
     std::unique_ptr<QWebEngineView> m_inspector;
 };
 

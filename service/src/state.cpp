@@ -24,8 +24,9 @@ constexpr const char* kBehaviour = "behaviour";
 constexpr const char* kOrders = "orders";
 constexpr const char* kClock = "clockOffsetMs";
 constexpr const char* kNextPopups = "nextPopups";
-constexpr const char* kMade = "made";         // of a store that is not empty any more
-constexpr std::size_t kShortestPassword = 8;  // bytes
+constexpr const char* kMade = "made";           // of a store that is not empty any more
+constexpr std::size_t kShortestPassword = 8;    // characters
+constexpr std::size_t kLongestPassword = 1024;  // bytes
 
 milliseconds readOffset(const std::string& text) {
     return milliseconds(text.empty() ? 0 : std::stoll(text));
@@ -34,6 +35,27 @@ milliseconds readOffset(const std::string& text) {
 std::string field(const std::map<std::string, std::string>& fields, const char* name) {
     const auto found = fields.find(name);
     return found != fields.end() ? found->second : std::string();
+}
+
+/// Of a text in UTF-8.
+std::size_t countCharacters(const std::string& text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
+    }));
+}
+
+bool isBlank(char letter) { return static_cast<unsigned char>(letter) <= ' '; }
+
+/// What is wrong with a new account's sign-in name; "" for nothing.
+std::string faultOf(const std::string& loginId, const account::Account& account) {
+    if (loginId.empty()) return "Choose a sign-in name.";
+    // Nobody sees them, so nobody could sign in with them.
+    if (std::any_of(loginId.begin(), loginId.end(), isBlank)) {
+        return "The sign-in name must have no blanks.";
+    }
+    if (loginId.size() > account::kLongestId) return "The sign-in name is too long.";
+    if (account.find(loginId) != nullptr) return "This sign-in name is taken.";
+    return "";
 }
 
 const std::optional<account::Popup>& scripted(const account::Behaviour& behaviour, PopupKind kind) {
@@ -334,15 +356,15 @@ FormErrors State::createAccount(const std::map<std::string, std::string>& fields
     profile.password = field(fields, "password");
     const std::string& loginId = profile.identity.loginId;
     FormErrors errors;
-    if (loginId.empty()) {
-        errors["loginId"] = "Choose a sign-in name.";
-    } else if (loginId.size() > account::kLongestId) {
-        errors["loginId"] = "The sign-in name is too long.";
-    } else if (m_account.find(loginId) != nullptr) {
-        errors["loginId"] = "This sign-in name is taken.";
+    const std::string fault = faultOf(loginId, m_account);
+    if (!fault.empty()) errors["loginId"] = fault;
+    if (profile.displayName.size() > account::kLongestId) {
+        errors["displayName"] = "The name is too long.";
     }
-    if (profile.password.size() < kShortestPassword) {
+    if (countCharacters(profile.password) < kShortestPassword) {
         errors["password"] = "The password needs 8 characters or more.";
+    } else if (profile.password.size() > kLongestPassword) {
+        errors["password"] = "The password is too long.";
     } else if (profile.password != field(fields, "repeated")) {
         errors["repeated"] = "The two passwords are not the same.";
     }

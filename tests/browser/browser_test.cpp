@@ -1,6 +1,7 @@
 #include "browser_test.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "module_path.h"
 
@@ -15,9 +16,29 @@ support::ProcessResult BrowserTest::runBrowser(const Arguments& arguments,
                                                support::ProcessOptions options) {
     Arguments command = {support::builtPath("bin/sso-browser"), "--module", support::modulePath()};
     command.insert(command.end(), arguments.begin(), arguments.end());
+    const auto isGiven = [&](const char* option) {
+        return std::find(arguments.begin(), arguments.end(), option) != arguments.end();
+    };
+    // Nobody's, rather than the account of the person who runs the tests.
+    if (!isGiven("--account") && !isGiven("--state")) {
+        command.insert(command.end(), {"--account", m_folder.write("nobody.json", "{}")});
+    }
+    const std::vector<std::string> folders = desk();
+    options.environment.insert(options.environment.end(), folders.begin(), folders.end());
     // A display of a person must not get dozens of windows, nor may one be needed.
     options.environment.insert(options.environment.end(), {"DISPLAY=", "WAYLAND_DISPLAY="});
     return support::runProcess(command, options);
+}
+
+std::vector<std::string> BrowserTest::desk() const {
+    std::vector<std::string> variables = {"DBUS_SESSION_BUS_ADDRESS="};
+    for (const char* name : {"XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {
+        const std::string folder = m_desk.path(name);
+        std::filesystem::create_directories(folder);
+        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+        variables.push_back(name + std::string("=") + folder);
+    }
+    return variables;
 }
 
 nlohmann::json BrowserTest::runScript(const std::string& script, const Arguments& arguments,

@@ -33,7 +33,11 @@ class BrowserTest : public ::testing::Test {
     /// Of the last runScript(): the page's console.
     std::vector<std::string> console() const;
 
+    /// What lets a program have the account service and the states of this test alone: variables.
+    std::vector<std::string> desk() const;
+
     support::TemporaryFolder m_folder;
+    support::TemporaryFolder m_desk;  ///< of the account service
 
   private:
     support::ProcessResult m_last;

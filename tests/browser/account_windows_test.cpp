@@ -1,0 +1,348 @@
+// The account service's windows in the real browser, with keys and clicks of a person.
+
+#include <signal.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <iterator>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "account/account_file.h"
+#include "browser_test.h"
+#include "display.h"
+#include "password.h"
+#include "process_figures.h"
+#include "service/bus_address.h"
+#include "service/bus_client.h"
+#include "store.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kLogin = "Sign in";
+constexpr const char* kCreateAccount = "Create an account";
+constexpr const char* kTerms = "Terms of use";
+constexpr const char* kAskLogin =
+    "const plugin = new Embedding();"
+    "return await plugin.ask({ command: 'sso_plugin_show_login_page', data: 'login' });";
+constexpr const char* kAskCreate =
+    "const plugin = new Embedding();"
+    "return await plugin.ask({ command: 'sso_plugin_show_login_page', data: '' });";
+
+/// What a page is told when its popup has ended so.
+nlohmann::json ended(int state) {
+    return {{"command", "sso_plugin_show_login_page"}, {"status", 0}, {"state", state}};
+}
+
+std::string readAll(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// What the account service tells of its state "default", from the construction on.
+class EventWatch {
+  public:
+    explicit EventWatch(const std::string& address)
+        : m_client(address, [this](sd_bus* bus) {
+              return sd_bus_match_signal(bus, nullptr, service::kBusName,
+                                         service::pathOf("default").c_str(), bus::control::kName,
+                                         bus::control::kEvent, &EventWatch::onEvent, this);
+          }) {
+        m_client.callAndWait(bus::account::kGetLoginState, service::pathOf("default"), {},
+                             std::chrono::seconds(5), [](sd_bus_message*) {});
+    }
+    bool saw(const std::string& part) const {
+        const std::lock_guard lock(m_mutex);
+        return m_events.find(part) != std::string::npos;
+    }
+
+  private:
+    static int onEvent(sd_bus_message* signal, void* user, sd_bus_error* /*error*/) {
+        auto& watch = *static_cast<EventWatch*>(user);
+        const char* json = nullptr;
+        if (sd_bus_message_read(signal, "s", &json) < 0) return 0;
+        const std::lock_guard lock(watch.m_mutex);
+        watch.m_events += json;
+        return 0;
+    }
+
+    mutable std::mutex m_mutex;
+    std::string m_events;
+    service::BusClient m_client;
+};
+
+class TheAccountsWindows : public browser::BrowserTest {
+  protected:
+    ~TheAccountsWindows() override {
+        if (m_run.valid()) m_run.wait();
+    }
+
+    /// Makes the state as a JSON text says.
+    void makeState(const std::string& json) {
+        const fs::path folder = fs::path(m_desk.path("XDG_DATA_HOME")) / "sso-desk/states";
+        fs::create_directories(folder);
+        service::Store store(folder / "default.db");
+        account::Description description = account::parseAccountFile(json, "state");
+        for (account::Profile& profile : description.profiles) {
+            profile.password = service::hashPassword(profile.password);
+        }
+        store.replace(description, {{"made", "1"}});
+    }
+
+    /// Starts the browser with a script in its page.
+    void start(const std::string& script, Arguments more = {}) {
+        Arguments arguments = {SSO_TEST_PAGE,
+                               "--state",
+                               "default",
+                               "--grant",
+                               "partner",
+                               "--grant",
+                               "platform",
+                               "--grant",
+                               "public",
+                               "--run-script",
+                               m_folder.write("script.js", script),
+                               "--quit-after",
+                               "0"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        support::ProcessOptions options;
+        options.environment = {m_display.variable()};
+        options.onOutput = [this](pid_t browser, const std::string&) { m_browser = browser; };
+        m_run = std::async(std::launch::async, [=] { return runBrowser(arguments, options); });
+    }
+
+    /// What the script returned.
+    Json result() {
+        const auto run = m_run.get();
+        const std::string start = "result: ";
+        for (const std::string& line : run.outputLines()) {
+            if (line.rfind(start, 0) == 0) return Json::parse(line.substr(start.size()));
+        }
+        ADD_FAILURE() << "no result:\n" << run.output << run.errors;
+        return {};
+    }
+
+    /// The account service of this test.
+    pid_t service() const {
+        for (const fs::directory_entry& process : fs::directory_iterator("/proc")) {
+            std::error_code error;
+            const bool isService =
+                fs::read_symlink(process.path() / "exe", error).filename() == "ssod" &&
+                readAll(process.path() / "cmdline").find("--keep-bus") == std::string::npos &&
+                readAll(process.path() / "environ").find(m_desk.path("XDG_RUNTIME_DIR")) !=
+                    std::string::npos;
+            if (isService) return std::stoi(process.path().filename());
+        }
+        return -1;
+    }
+
+    browser::Display m_display;
+    std::future<support::ProcessResult> m_run;
+    std::atomic<pid_t> m_browser{-1};  ///< once it has written something
+};
+
+/// An account, signed out, and a terms document.
+constexpr const char* kSignedOut = R"json({
+    "account": { "loginId": "mia", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1",
+                 "displayName": "Mia", "password": "correct horse" },
+    "signedIn": false,
+    "terms": { "terms-1": { "version": "3", "title": "Terms of use", "text": "Be kind." } }
+})json";
+
+TEST_F(TheAccountsWindows, MakeAnAccountAndSignIn) {
+    start(R"js(
+        const plugin = new Embedding();
+        const answer = await plugin.ask({ command: "sso_plugin_show_login_page", data: "login" });
+        const state = plugin.call({ command: "sso_plugin_getSSOState" }).value.split("?");
+        return [answer, plugin.call({ command: "sso_plugin_getLoginStatus" }).value, state[0], state.length];
+    )js");
+    ASSERT_TRUE(m_display.waitFor(kLogin));
+    m_display.press({"Tab", "Tab", "Tab", "Tab", "Return"});  // the link below the buttons
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    EXPECT_FALSE(m_display.shows(kLogin));
+    m_display.type("Mia & <b>Co");
+    m_display.press({"Down"});
+    m_display.type("mia");
+    m_display.press({"Tab"});
+    m_display.type("correct horse");
+    m_display.press({"Down"});
+    m_display.type("correct horse");
+    m_display.press({"Return"});
+    EXPECT_TRUE(m_display.waitForEnd(kCreateAccount));
+    EXPECT_EQ(result(), Json::array({ended(0), 1, "mia", 4}));
+}
+
+TEST_F(TheAccountsWindows, StayUntilThePasswordIsRight) {
+    makeState(kSignedOut);
+    start(kAskLogin);
+    ASSERT_TRUE(m_display.waitFor(kLogin));
+    m_display.type("mia");
+    m_display.press({"Down"});
+    m_display.type("wrong");
+    m_display.press({"Return"});
+    // What is wrong is selected: what is typed now replaces it.
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    ASSERT_TRUE(m_display.shows(kLogin));
+    m_display.type("correct horse");
+    m_display.press({"Down", "Return"});
+    EXPECT_TRUE(m_display.waitForEnd(kLogin));
+    EXPECT_EQ(result(), ended(0));
+}
+
+TEST_F(TheAccountsWindows, AreUsedByAMouse) {
+    makeState(kSignedOut);
+    start(kAskLogin);
+    ASSERT_TRUE(m_display.waitFor(kLogin));
+    m_display.click(kLogin, 525, 370);  // Cancel
+    EXPECT_TRUE(m_display.waitForEnd(kLogin));
+    EXPECT_EQ(result(), ended(1));
+}
+
+TEST_F(TheAccountsWindows, AreClosedByTheTitleBarAndByKeys) {
+    start(R"js(
+        const plugin = new Embedding();
+        const answers = [];
+        for (let i = 0; i < 3; ++i) {
+            answers.push((await plugin.ask({ command: "sso_plugin_createAccount" })).state);
+        }
+        return [answers, plugin.received];
+    )js");
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    m_display.close(kCreateAccount);
+    ASSERT_TRUE(m_display.waitForEnd(kCreateAccount));
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    m_display.press({"Escape"});
+    ASSERT_TRUE(m_display.waitForEnd(kCreateAccount));
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    m_display.press({"XF86Back"});
+    EXPECT_EQ(result(), Json::array({{1, 1, 1}, 3}));
+}
+
+TEST_F(TheAccountsWindows, ShowTermsThatAreAgreedTo) {
+    makeState(R"json({
+        "account": { "loginId": "mia", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1" },
+        "terms": { "terms-1": { "version": "3", "title": "Terms of use", "text": "Be kind." } }
+    })json");
+    start(R"js(
+        const plugin = new Embedding();
+        const state = () => plugin.call({ command: "sso_plugin_getTermsAgreementState", termsId: "terms-1" }).value;
+        const show = () => plugin.ask({ command: "sso_plugin_showTermsPage", termsId: "terms-1", callerId: "demo" });
+        return [state(), (await show()).state, state(), (await show()).state, state()];
+    )js");
+    ASSERT_TRUE(m_display.waitFor(kTerms));
+    m_display.press({"Right", "Return"});  // Not now
+    ASSERT_TRUE(m_display.waitForEnd(kTerms));
+    ASSERT_TRUE(m_display.waitFor(kTerms));
+    m_display.press({"Return"});
+    EXPECT_EQ(result(), Json::array({0, 1, 0, 0, 1}));
+}
+
+TEST_F(TheAccountsWindows, EndWithTheService) {
+    start(R"js(
+        const plugin = new Embedding();
+        const ask = () => plugin.ask({ command: "sso_plugin_createAccount" });
+        const first = await ask();
+        const told = Date.now();
+        const second = await ask();
+        return [first.state, second.state, plugin.received, told];
+    )js");
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    const pid_t before = service();
+    ASSERT_GT(before, 0);
+    const auto killed = std::chrono::system_clock::now();
+    ASSERT_EQ(kill(before, SIGKILL), 0);
+    // The next window is that of the next service.
+    EXPECT_TRUE(browser::eventually(10, [&] {
+        const pid_t now = service();
+        return now > 0 && now != before;
+    }));
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    m_display.press({"Escape"});
+    const Json answers = result();
+    EXPECT_EQ(answers[0], 2);
+    EXPECT_EQ(answers[1], 1);
+    EXPECT_EQ(answers[2], 2);
+    const std::chrono::system_clock::time_point told(
+        std::chrono::milliseconds(answers[3].get<std::int64_t>()));
+    EXPECT_LT(told - killed, std::chrono::seconds(2));
+}
+
+TEST_F(TheAccountsWindows, EndForTheServiceWhenTheBrowserIsKilled) {
+    start("console.log('begins');" + std::string(kAskCreate));
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    auto watch = std::make_unique<EventWatch>(
+        service::privateBusAddress(fs::path(m_desk.path("XDG_RUNTIME_DIR")) / "sso-desk"));
+    ASSERT_GT(m_browser, 0);
+    ASSERT_EQ(kill(m_browser, SIGKILL), 0);
+    EXPECT_TRUE(
+        browser::eventually(2, [&] { return watch->saw(R"("is":"ended","state":"cancelled")"); }));
+    watch.reset();  // the bus, which has the browser's output, ends with its last user
+    EXPECT_EQ(m_run.get().signal, SIGKILL);
+}
+
+TEST_F(TheAccountsWindows, FailWhenTheirProcessIsKilled) {
+    start("console.log('begins');" + std::string(kAskCreate));
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    ASSERT_GT(m_browser, 0);
+    pid_t youngest = -1;
+    for (const pid_t process : browser::descendantsOf(m_browser)) {
+        const std::string command =
+            readAll(fs::path("/proc") / std::to_string(process) / "cmdline");
+        if (command.find("--type=renderer") != std::string::npos)
+            youngest = std::max(youngest, process);
+    }
+    ASSERT_EQ(kill(youngest, SIGKILL), 0);
+    EXPECT_TRUE(m_display.waitForEnd(kCreateAccount, 2));
+    EXPECT_EQ(result(), ended(2));
+}
+
+TEST_F(TheAccountsWindows, AreOutOfReachOfAnApplicationsPage) {
+    start(R"js(
+        const plugin = new Embedding();
+        const ending = plugin.ask({ command: "sso_plugin_createAccount" });
+        await new Promise(done => setTimeout(done, 2000));
+        const tries = [typeof submit, typeof qt];
+        tries.push(await fetch("sso-window:page-1").then(() => "fetched", () => "refused"));
+        const frame = document.createElement("iframe");
+        frame.src = "sso-window:page-1";
+        const loaded = new Promise(done => { frame.onload = done; setTimeout(done, 1000); });
+        document.body.append(frame);
+        await loaded;
+        let inside = "hidden";
+        try { inside = frame.contentDocument ? frame.contentDocument.body.textContent : "hidden"; } catch {}
+        tries.push(inside, document.hasFocus());
+        console.log("tried");
+        return [tries, (await ending).state];
+    )js");
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    while (m_browser < 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(m_display.shows(kCreateAccount));
+    m_display.press({"Escape"});
+    EXPECT_EQ(result(), Json::array({{"undefined", "undefined", "refused", "", false}, 1}));
+}
+
+TEST_F(TheAccountsWindows, AreTakenAwayWhenTheirCallerGoes) {
+    start(R"js(
+        const plugin = new Embedding();
+        plugin.post({ command: "sso_plugin_createAccount" });
+        await new Promise(done => setTimeout(done, 2000));
+        plugin.remove();
+        await new Promise(done => setTimeout(done, 2500));
+        return plugin.received;
+    )js");
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    EXPECT_TRUE(m_display.waitForEnd(kCreateAccount, 4));
+    EXPECT_EQ(result(), 0);
+}
+
+}  // namespace
