@@ -198,6 +198,36 @@
     if (url) noteResource(target.localName === "link" ? "style sheet" : target.localName, url);
   }, true);
 
+  // Of what a style sheet asks for in vain, images, fonts and imports, the page learns the address alone.
+  // So it is asked for again, from the cache if it is there.
+  const { fetch: ask } = window;
+  const forbidden = new Set();  // by the page's own policy, which may allow the image, and not to ask
+  addEventListener("securitypolicyviolation", event => forbidden.add(event.blockedURI));
+  const noteFailure = url => {
+    const isOwn = new URL(url).origin === origin;
+    ask(url, { cache: "force-cache", mode: isOwn ? "same-origin" : "no-cors" }).then(
+      ({ status, statusText }) => status >= 400 && noteResource("CSS resource", url, `${status} ${statusText}`),
+      error => setTimeout(() => forbidden.has(url) || noteResource("CSS resource", url, error.message)));
+  };
+  new PerformanceObserver(list => {
+    for (const { initiatorType, name } of list.getEntries()) {
+      if (initiatorType === "css" && name.startsWith("http")) noteFailure(name);
+    }
+  }).observe({ type: "resource", buffered: true });
+
+  // An uncaught error of a worker is told twice by the engine, for the worker and for its page.
+  const NativeWorker = window.Worker;
+  window.Worker = class Worker extends NativeWorker {
+    constructor(url, ...options) {
+      super(url, ...options);
+      this.addEventListener("error", ({ message }) => {
+        if (!message) return noteResource("worker", absolute(url));
+        tell({ kind: "echo", text: message });
+        setTimeout(() => tell({ kind: "echo", text: "" }));  // a listener of the page may keep it
+      });
+    }
+  };
+
   const absolute = url => { try { return new URL(url, document.baseURI).href; } catch (error) { return url; } };
   if (window.fetch) {
     const nativeFetch = window.fetch;

@@ -69,6 +69,8 @@ void Console::onPrelude(const QJsonObject& message) {
                message[QLatin1String("arguments")].toArray()});
     } else if (kind == QLatin1String("stack")) {
         m_stack = text;
+    } else if (kind == QLatin1String("echo")) {
+        m_echo = text;
     } else if (kind == QLatin1String("skip")) {
         m_skipsNext = true;
     } else if (kind == QLatin1String("resource")) {
@@ -89,6 +91,7 @@ void Console::onEngine(QWebEnginePage::JavaScriptConsoleMessageLevel level, cons
     if (std::exchange(m_skipsNext, false)) return;
     const bool isUncaught = level == QWebEnginePage::ErrorMessageLevel &&
                             message.startsWith(QLatin1String("Uncaught "));
+    if (isUncaught && !m_echo.isEmpty() && message == std::exchange(m_echo, {})) return;
     if (isUncaught && m_errorFilter && m_errorFilter(message, line, source)) return;
     QString text = message;
     if (isUncaught) {

@@ -60,6 +60,7 @@ class Console {
     const QString m_key;  ///< pages do not know it, so what has it comes from the prelude
     ErrorFilter m_errorFilter;
     QString m_stack;  ///< of the uncaught error that the engine tells next
+    QString m_echo;   ///< the uncaught error of a worker that the engine tells once more
     bool m_skipsNext = false;
     int m_uncaughtErrors = 0;
     int m_failedResources = 0;

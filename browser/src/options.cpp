@@ -152,7 +152,10 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
         "Let DevTools attach to this port of the loopback interface, 9222 by default, 0 for any: "
         "open "
         "the address that is printed in Chromium, or connect puppeteer. Whoever can reach the port "
-        "can do what the page can. The console is then as the engine has it");
+        "can do what the page can. The console is then as the engine has it: [object Object] for "
+        "an "
+        "object, errors without stacks, and no resources that failed to load, which --strict "
+        "forgives");
     app.add_option("--screenshot", options.screenshot,
                    "Write the window as PNG just before quitting, or one second after loading when "
                    "the browser stays")

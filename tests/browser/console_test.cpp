@@ -16,7 +16,8 @@ using ::testing::StartsWith;
 class TheConsole : public browser::BrowserTest {
   protected:
     /// The lines of an application with this page's script.
-    std::vector<std::string> linesOf(const std::string& script, const Arguments& more = {}) {
+    std::vector<std::string> linesOf(const std::string& script, const Arguments& more = {},
+                                     int exitCode = 0) {
         m_folder.write("app.js", script);
         m_folder.write("index.html", "<!DOCTYPE html><body><script src='app.js'></script>");
         m_folder.write("manifest.json",
@@ -24,9 +25,12 @@ class TheConsole : public browser::BrowserTest {
         Arguments arguments = {m_folder.path(""), "--quit-after", "2"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const auto result = runBrowser(arguments);
-        EXPECT_EQ(result.exitCode, 0) << result.errors;
+        EXPECT_EQ(result.exitCode, exitCode) << result.errors;
+        m_errors = result.errors;
         return result.outputLines();
     }
+
+    std::string m_errors;  ///< of linesOf()
 };
 
 TEST_F(TheConsole, ShowsValuesInOneLineEach) {
@@ -112,6 +116,73 @@ TEST_F(TheConsole, TellsOfErrorsAndOfWhatCannotBeLoaded) {
           "fetch http://localhost:1/ failed to load: Failed to fetch\""}) {
         EXPECT_THAT(all, HasSubstr(part));
     }
+}
+
+TEST_F(TheConsole, TellsOfWhatAStyleSheetAsksForInVain) {
+    m_folder.write("app.css", R"(@import url(missing.css);
+        @font-face { font-family: Missing; src: url(missing.woff2); }
+        body { background: url(missing.png), url(there.svg); font-family: Missing; }
+        p { list-style: url(http://localhost:1/refused.png); display: list-item; })");
+    m_folder.write("there.svg", "<svg xmlns='http://www.w3.org/2000/svg'/>");
+    const auto lines = linesOf(R"js(
+        const sheet = Object.assign(document.createElement("link"), { rel: "stylesheet" });
+        sheet.href = "app.css";
+        document.body.append("text", document.createElement("p"), sheet);
+    )js",
+                               {"--strict", "--console", "json"}, 4);
+    std::vector<std::string> texts;
+    for (const std::string& line : lines) texts.push_back(Json::parse(line)["text"]);
+    EXPECT_THAT(
+        texts,
+        ::testing::UnorderedElementsAre(
+            // The engine's own words for the import, and what the page is told of the whole sheet.
+            MatchesRegex("Refused to apply style from 'http://.*/missing.css' because its MIME .*"),
+            MatchesRegex("style sheet http://.*/app.css failed to load"),
+            MatchesRegex("CSS resource http://.*/missing.css failed to load: 404 Not Found"),
+            MatchesRegex("CSS resource http://.*/missing.woff2 failed to load: 404 Not Found"),
+            MatchesRegex("CSS resource http://.*/missing.png failed to load: 404 Not Found"),
+            "CSS resource http://localhost:1/refused.png failed to load: Failed to fetch"));
+    EXPECT_THAT(m_errors, HasSubstr("--strict: 5 resources that failed to load"));
+}
+
+// The policy lets images come from anywhere, and the browser's own question from nowhere.
+TEST_F(TheConsole, BlamesNoStyleSheetForWhatThePageForbidsTheBrowserToAsk) {
+    m_folder.write("there.svg", "<svg xmlns='http://www.w3.org/2000/svg'/>");
+    const auto lines = linesOf(R"js(
+        const policy = document.createElement("meta");
+        policy.httpEquiv = "Content-Security-Policy";
+        policy.content = "connect-src http://elsewhere.example";
+        document.head.append(policy);
+        document.body.style.background = "url(there.svg)";
+        setTimeout(() => console.log("end"), 500);
+    )js",
+                               {"--strict"});
+    EXPECT_THAT(lines, ElementsAre(MatchesRegex("console.error: Refused to connect to .*"),
+                                   MatchesRegex("console.error: Refused to connect to .*"),
+                                   "console.log: end"));
+}
+
+TEST_F(TheConsole, HasWhatWorkersWrite) {
+    m_folder.write("worker.js", R"js(console.log("hello", 1);
+        console.warn("careful");
+        onmessage = () => { throw new RangeError("too deep"); };
+        postMessage("ready");)js");
+    const auto lines = linesOf(R"js(
+        const kept = new Worker("worker.js");
+        kept.onmessage = () => kept.postMessage(1);
+        kept.onerror = event => { console.log("kept"); event.preventDefault(); kept.onerror = null; again(); };
+        const again = () => setTimeout(() => kept.postMessage(1), 100);
+        new Worker("missing.js");
+    )js",
+                               {"--strict"}, 4);
+    EXPECT_THAT(
+        lines,
+        ::testing::UnorderedElementsAre(
+            MatchesRegex("console.error: worker http://.*/missing.js failed to load"),
+            "console.log: hello 1", "console.warn: careful (worker.js:2)", "console.log: kept",
+            // The second time, and once, though the engine tells it for the page, too.
+            "console.error: Uncaught RangeError: too deep (worker.js:3)"));
+    EXPECT_THAT(m_errors, HasSubstr("--strict: 1 uncaught error, 1 resource that failed to load"));
 }
 
 }  // namespace

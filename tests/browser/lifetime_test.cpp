@@ -136,6 +136,28 @@ TEST_F(AnEmbedInTheBrowser, ComesBackWhenItsElementMovesOrIsHidden) {
     EXPECT_EQ(result, Json::array({"1.1", "1.1", "1.1"}));
 }
 
+TEST_F(AnEmbedInTheBrowser, OwesNothingWhenItsElementHasMoved) {
+    const Json result = runScript(R"js(
+        const plugin = new Embedding();
+        const login = { command: "sso_plugin_show_login_page", data: "x" };
+        plugin.post(login);
+        plugin.call({ command: "sso_plugin_getVersion" });  // it is under way
+        const before = plugin.received;
+        const box = document.createElement("div");
+        document.body.append(box);
+        box.append(plugin.element);
+        const answer = await plugin.ask(login);
+        await new Promise(done => setTimeout(done, 1000));
+        return { before, answer, after: plugin.received };
+    )js",
+                                  {"--grant", "partner", "--strict"});
+    EXPECT_EQ(
+        result,
+        (Json{{"before", 0},
+              {"answer", {{"command", "sso_plugin_show_login_page"}, {"status", 0}, {"state", 2}}},
+              {"after", 1}}));
+}
+
 TEST_F(AnEmbedInTheBrowser, LeavesNothingBehindInAThousandCycles) {
     // The plug-in's process is measured when the page says so: after a hundred cycles, when every
     // cache is warm, and after a thousand more.

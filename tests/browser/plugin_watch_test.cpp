@@ -141,4 +141,36 @@ TEST_F(TheWatchedPlugin, IsMissedWhenItsProcessEnds) {
     }
 }
 
+TEST_F(TheWatchedPlugin, IsMissedWhenItEndsItsProcessItself) {
+    const std::string script = m_folder.write("script.js", R"js(
+        const plugin = new Embedding();
+        plugin.post({ command: "sso_plugin_show_login_page", data: "x" });
+        const { thrown } = plugin.call({ command: "sso_plugin_getVersion" });
+        await new Promise(done => setTimeout(done, 300));
+        return Boolean(thrown);
+    )js");
+    for (const auto& [way, words] :
+         {std::pair("exit", "exit code 0"), std::pair("_exit", "killed, or left without a word"),
+          std::pair("exit_group", "killed, or left without a word")}) {
+        SCOPED_TRACE(way);
+        support::ProcessOptions options;
+        options.environment = {
+            "DISPLAY=", "WAYLAND_DISPLAY=", "SSO_FAULTY_MODULE=" + support::modulePath(),
+            std::string("SSO_FAULT=") + way + " HandleBlockingMessage"};
+        const auto result =
+            support::runProcess({support::builtPath("bin/sso-browser"), "--module",
+                                 support::builtPath("lib/libfaulty_module.so"), SSO_TEST_PAGE,
+                                 "--grant", "partner", "--run-script", script, "--strict"},
+                                options);
+        EXPECT_EQ(result.exitCode, 4);
+        EXPECT_EQ(result.output, "result: true\n");
+        EXPECT_THAT(
+            result.errorLines(),
+            ElementsAre(std::string("sso-browser: the plug-in's process has ended: ") + words +
+                            "; lost: sso_plugin_show_login_page, sso_plugin_getVersion; "
+                            "its elements work again when they have been removed and added",
+                        "sso-browser: --strict: the plug-in's process ended"));
+    }
+}
+
 }  // namespace

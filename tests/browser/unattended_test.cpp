@@ -31,12 +31,13 @@ class AnUnattendedRun : public browser::BrowserTest {
         return m_folder.write(name, body);
     }
 
-    /// As runBrowser(), but as a command of a shell: `command` holds "$@".
-    support::ProcessResult runInShell(const std::string& command, const Arguments& arguments) {
+    /// As runBrowser(), but as a command of a shell: `command` holds "$@", and may hold "$0".
+    support::ProcessResult runInShell(const std::string& command, const Arguments& arguments,
+                                      const std::string& zero = "sh") {
         Arguments all = {"/bin/sh",
                          "-c",
                          command,
-                         "sh",
+                         zero,
                          support::builtPath("bin/sso-browser"),
                          "--module",
                          support::modulePath()};
@@ -172,6 +173,23 @@ TEST_F(AnUnattendedRun, SaysWhyAPageCannotBeLoaded) {
         unknown.errorLines(),
         ElementsAre("sso-browser: http://nowhere.invalid/ cannot be loaded: there is no host "
                     "of this name"));
+}
+
+TEST_F(AnUnattendedRun, SaysThatACertificateCannotBeTrusted) {
+    // A server that has signed its own, on a port that the system gives it.
+    const auto result = runInShell(
+        R"(cd "$0" && openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem \
+              -subj /CN=localhost 2>/dev/null || exit 70
+           openssl s_server -accept 127.0.0.1:0 -key key.pem -cert cert.pem -www >server 2>&1 &
+           until port=$(sed -n 's/^ACCEPT 127.0.0.1://p' server) && [ -n "$port" ]; do sleep 0.1; done
+           "$@" "https://localhost:$port/"; end=$?
+           kill $!; exit $end)",
+        {}, m_folder.path(""));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errorLines(),
+                ElementsAre(::testing::MatchesRegex(
+                    "sso-browser: https://localhost:[0-9]+/ cannot be loaded: its certificate "
+                    "cannot be trusted, or it speaks no TLS")));
 }
 
 TEST_F(AnUnattendedRun, KeepsWhatPagesStoreInAProfileOnly) {

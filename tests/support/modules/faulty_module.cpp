@@ -1,7 +1,9 @@
 // The plug-in that SSO_FAULTY_MODULE names, with one fault, which SSO_FAULT names: "crash", "hang",
-// "exit", "_exit" or "quick_exit", and where, as "hang DidCreate". The places are "load" and the functions that a browser calls.
+// "exit", "_exit", "quick_exit" or "exit_group", which asks the kernel itself, and where, as "hang
+// DidCreate". The places are "load" and the functions that a browser calls.
 
 #include <dlfcn.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -30,6 +32,7 @@ void at(const char* place) {
     if (fault == std::string("exit ") + place) std::exit(0);
     if (fault == std::string("_exit ") + place) _exit(0);
     if (fault == std::string("quick_exit ") + place) std::quick_exit(0);
+    if (fault == std::string("exit_group ") + place) syscall(SYS_exit_group, 0);
 }
 
 class Original {
