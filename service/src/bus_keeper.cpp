@@ -148,6 +148,7 @@ class Users {
 
     /// Under the lock nobody comes: who starts a program looks for the bus with it.
     void endWithoutUsers() {
+        if (!fs::exists(m_folder)) return m_loop.end();  // with its socket, so nobody comes
         const FolderLock lock(m_folder);
         if (count() > 0) return;
         std::error_code error;

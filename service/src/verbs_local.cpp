@@ -60,7 +60,7 @@ void addWaits(VerbTree& tree) {
         {"wait-for",
          "Wait for an event; in a scenario, one that came after the last that was waited for will "
          "do",
-         "(sleep 1; ssoctl sign-out) & ssoctl wait-for changed what=session --within 10s",
+         "(sleep 0.2; ssoctl sign-out) & ssoctl wait-for changed what=session --within 10s",
          {"changed", "operation", "popup"}},
         [](CLI::App& app, WaitFor& wanted) {
             app.add_option("EVENT", wanted.event, "changed, operation or popup")->required();

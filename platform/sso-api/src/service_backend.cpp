@@ -187,7 +187,7 @@ std::string OnBus::replace(const std::string& json) {
     const bool answered = m_client.callAndWait(
         bus::control::kRun, m_path,
         [json](sd_bus_message* call) {
-            return sd_bus_message_append(call, bus::control::kRun.in, 3, "state", "load", "-",
+            return sd_bus_message_append(call, bus::control::kRun.in, 2, "state", "load",
                                          json.c_str());
         },
         kBound,
