@@ -1,16 +1,15 @@
 #include "state.h"
 
-#include <sodium.h>
-
 #include <algorithm>
-#include <array>
 #include <cstdio>
-#include <new>
 #include <utility>
 #include <vector>
 
 #include "account/account_file.h"
 #include "password.h"
+#include "popup_names.h"
+#include "random_id.h"
+#include "state_texts.h"
 #include "windows.h"
 
 namespace service {
@@ -24,20 +23,13 @@ namespace {
 constexpr const char* kBehaviour = "behaviour";
 constexpr const char* kOrders = "orders";
 constexpr const char* kClock = "clockOffsetMs";
+constexpr const char* kNextPopups = "nextPopups";
+constexpr const char* kMade = "made";           // of a store that is not empty any more
 constexpr std::size_t kShortestPassword = 8;    // characters
 constexpr std::size_t kLongestPassword = 1024;  // bytes
 
 milliseconds readOffset(const std::string& text) {
     return milliseconds(text.empty() ? 0 : std::stoll(text));
-}
-
-/// A new account's identifiers: nobody can guess them, and no two are alike.
-std::string randomId(const char* start) {
-    std::array<unsigned char, 16> bytes{};
-    std::array<char, 2 * bytes.size() + 1> hex{};
-    if (sodium_init() < 0) throw std::bad_alloc();
-    randombytes_buf(bytes.data(), bytes.size());
-    return start + std::string(sodium_bin2hex(hex.data(), hex.size(), bytes.data(), bytes.size()));
 }
 
 std::string field(const std::map<std::string, std::string>& fields, const char* name) {
@@ -78,36 +70,26 @@ const std::optional<account::Popup>& scripted(const account::Behaviour& behaviou
     return behaviour.login;
 }
 
-const char* nameOf(PopupKind kind) {
-    switch (kind) {
-        case PopupKind::CreateAccount:
-            return "createAccount";
-        case PopupKind::Terms:
-            return "terms";
-        case PopupKind::Login:
-            break;
+std::map<PopupKind, PopupState> readNextPopups(const std::string& text) {
+    std::map<PopupKind, PopupState> next;
+    const Json json = Json::parse(text, nullptr, false);
+    if (!json.is_object()) return next;
+    for (const auto& [name, value] : json.items()) {
+        const auto kind = popupKindNamed(name);
+        const auto state =
+            popupStateNamed(value.is_string() ? value.get<std::string>() : std::string());
+        if (kind && state) next[*kind] = *state;
     }
-    return "login";
-}
-
-const char* nameOf(PopupState state) {
-    switch (state) {
-        case PopupState::Closed:
-            return "closed";
-        case PopupState::Failed:
-            return "failed";
-        case PopupState::Cancelled:
-            return "cancelled";
-        case PopupState::Completed:
-            break;
-    }
-    return "completed";
+    return next;
 }
 
 }  // namespace
 
 State::State(std::string name, const std::filesystem::path& file, World& world)
     : m_name(std::move(name)), m_world(world), m_store(file) {
+    if (m_store.value(kMade).empty()) {
+        keep(account::parseAccountFile(kNewStateText, "new_state.json"), {});
+    }
     reload();
 }
 
@@ -121,6 +103,7 @@ void State::reload() {
     m_account = account::Account(std::move(description), &m_store);
     m_orders = Orders::parse(m_store.value(kOrders));
     m_clockOffset = readOffset(m_store.value(kClock));
+    m_nextPopups = readNextPopups(m_store.value(kNextPopups));
 }
 
 void State::refresh() {
@@ -144,6 +127,21 @@ void State::administer(const char* what, const std::function<void(account::Descr
     refresh();
     account::Description description = m_account.description();
     work(description);
+    keep(std::move(description), {});
+    changed(what);
+}
+
+void State::replace(account::Description description, Orders orders, milliseconds clock) {
+    keep(
+        std::move(description),
+        {{kOrders, orders.asJson()}, {kClock, std::to_string(clock.count())}, {kNextPopups, "{}"}});
+    m_nextPopups.clear();
+    m_orders = std::move(orders);
+    m_clockOffset = clock;
+    changed("state");
+}
+
+void State::keep(account::Description description, std::map<std::string, std::string> values) {
     for (account::Profile& profile : description.profiles) {
         if (!profile.password.empty() && !isHash(profile.password)) {
             profile.password = hashPassword(profile.password);
@@ -151,9 +149,10 @@ void State::administer(const char* what, const std::function<void(account::Descr
     }
     account::Description behaviour;
     behaviour.behaviour = description.behaviour;
-    m_store.replace(description, {{kBehaviour, account::toJson(behaviour)}});
+    values[kBehaviour] = account::toJson(behaviour);
+    values[kMade] = "1";
+    m_store.replace(description, values);
     m_account = account::Account(std::move(description), &m_store);
-    changed(what);
 }
 
 account::Time State::now() {
@@ -213,7 +212,9 @@ void State::openPopup(OpenPopup popup) {
     const auto& set = scripted(m_account.behaviour(), kind);
     if (next != m_nextPopups.end()) {
         const PopupState state = next->second;
-        m_nextPopups.erase(next);
+        auto left = m_nextPopups;
+        left.erase(kind);
+        keepNextPopups(left);
         open.timer = m_world.loop().after(milliseconds(0), [=] { endPopup(id, state); });
     } else if (set) {
         open.timer =
@@ -270,7 +271,29 @@ void State::fillPopup(std::uint64_t id, const std::map<std::string, std::string>
     }
 }
 
-void State::setNextPopup(PopupKind kind, PopupState state) { m_nextPopups[kind] = state; }
+void State::setNextPopup(PopupKind kind, PopupState state) {
+    auto next = nextPopups();
+    next[kind] = state;
+    keepNextPopups(next);
+    changed("orders");
+}
+
+const std::map<PopupKind, PopupState>& State::nextPopups() {
+    refresh();
+    return m_nextPopups;
+}
+
+void State::clearNextPopups() {
+    keepNextPopups({});
+    changed("orders");
+}
+
+void State::keepNextPopups(const std::map<PopupKind, PopupState>& next) {
+    Json json = Json::object();
+    for (const auto& [kind, state] : next) json[nameOf(kind)] = nameOf(state);
+    m_store.setValue(kNextPopups, json.dump());
+    m_nextPopups = next;
+}
 
 void State::endPopupsOf(const std::string& busName) {
     std::vector<std::uint64_t> ids;

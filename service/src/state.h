@@ -71,6 +71,10 @@ class State {
     /// are afterwards.
     void administer(const char* what, const std::function<void(account::Description&)>& work);
 
+    /// Everything that is kept becomes another, at once: accounts, orders and clock. Popups that
+    /// are open stay; what was set for later ones is taken back.
+    void replace(account::Description description, Orders orders, std::chrono::milliseconds clock);
+
     /// The clock: this machine's, and as much later as it was advanced.
     account::Time now();
     std::chrono::milliseconds clockOffset();
@@ -88,8 +92,10 @@ class State {
     /// Ends one, for the account too. Nothing when it is not there (any more).
     void endPopup(std::uint64_t id, account::PopupState state);
     void fillPopup(std::uint64_t id, const std::map<std::string, std::string>& fields, bool submit);
-    /// The next popup of a kind ends so by itself.
+    /// The next popup of a kind ends so by itself. It is kept: the program that asks for it may come later.
     void setNextPopup(PopupKind kind, account::PopupState state);
+    const std::map<PopupKind, account::PopupState>& nextPopups();
+    void clearNextPopups();
     /// Ends those of a caller or an agent that is gone, or a caller that wants no more.
     void endPopupsOf(const std::string& busName);
     void endAllPopups();
@@ -106,6 +112,8 @@ class State {
   private:
     void refresh();
     void reload();
+    void keep(account::Description description, std::map<std::string, std::string> values);
+    void keepNextPopups(const std::map<PopupKind, account::PopupState>& next);
     void changed(const char* what);
     void showPopup(OpenPopup& popup);
     FormErrors createAccount(const std::map<std::string, std::string>& fields);
