@@ -176,7 +176,7 @@ int run(const browser::Options& options) {
     std::optional<browser::AccountWindows> accountWindows;
     if (hasService) {
         accountWindows.emplace(service.address(), options.common.state, agent,
-                               [&runner] { return runner.frontWindow(); });
+                               [&runner] { return runner.frontPage(); });
         panel.runVerb = [&link = accountWindows->link()](const QStringList& words, auto done) {
             link.run(words, std::move(done));
         };

@@ -77,11 +77,12 @@ void Runner::start() {
     for (std::size_t i = 0; i < m_windows.size(); ++i) m_windows[i]->show(m_applications[i].start);
 }
 
-QWidget* Runner::frontWindow() const {
+QWidget* Runner::frontPage() const {
     QWidget* front = nullptr;
     for (const auto& window : m_windows) {
-        QWidget& frame = window->frame();
-        if (!window->isClosed() && (front == nullptr || frame.isActiveWindow())) front = &frame;
+        const QMainWindow& frame = window->frame();
+        if (window->isClosed()) continue;
+        if (front == nullptr || frame.isActiveWindow()) front = frame.centralWidget();
     }
     return front;
 }

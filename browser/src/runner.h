@@ -40,8 +40,8 @@ class Runner {
     /// The first application's.
     Window& firstWindow() { return *m_windows.front(); }
 
-    /// The window that is in front, or else the first; null when all are closed.
-    QWidget* frontWindow() const;
+    /// The page that is in front, or else the first; null when all windows are closed.
+    QWidget* frontPage() const;
 
   private:
     Window::Observer observerOf(std::size_t window);

@@ -331,6 +331,31 @@ TEST_F(TheAccountsWindows, AreOutOfReachOfAnApplicationsPage) {
     EXPECT_EQ(result(), Json::array({{"undefined", "undefined", "refused", "", false}, 1}));
 }
 
+TEST_F(TheAccountsWindows, HaveAPanelBesideThePageWhoseSwitchesActAtOnce) {
+    makeState(R"json({
+        "account": { "loginId": "mia", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1" }
+    })json");
+    start(R"js(
+        const plugin = new Embedding();
+        const isSignedIn = () => plugin.call({ command: "sso_plugin_getLoginStatus" }).value;
+        const before = isSignedIn();
+        document.title = "Signed in";
+        while (isSignedIn() === 1) await new Promise(done => setTimeout(done, 50));
+        return [before, isSignedIn(), plugin.call({ command: "sso_plugin_getLoginUid" }).value];
+    )js",
+          {"--panel"});
+    ASSERT_TRUE(m_display.waitFor("Signed in"));
+    m_display.focus("Signed in");
+    m_display.press({"F9", "alt+s"});  // hidden: nothing happens
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    ASSERT_TRUE(m_display.shows("Signed in"));
+    EXPECT_NE(m_run.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    m_display.press({"F9"});
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    m_display.press({"alt+s"});
+    EXPECT_EQ(result(), Json::array({1, 0, ""}));
+}
+
 TEST_F(TheAccountsWindows, AreTakenAwayWhenTheirCallerGoes) {
     start(R"js(
         const plugin = new Embedding();

@@ -70,6 +70,10 @@ bool Display::waitForEnd(const std::string& title, double seconds) const {
     return eventually(seconds, [&] { return !shows(title); });
 }
 
+void Display::focus(const std::string& title) const {
+    xdotool({"windowfocus", "--sync", find(title)});
+}
+
 void Display::press(const std::vector<std::string>& keys) const {
     std::vector<std::string> words = {"key"};
     words.insert(words.end(), keys.begin(), keys.end());

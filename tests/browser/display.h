@@ -39,6 +39,8 @@ class Display {
     /// Waits until it is gone, at most `seconds`.
     bool waitForEnd(const std::string& title, double seconds = 20) const;
 
+    /// Lets a window have the keys, as a window manager does; here there is none.
+    void focus(const std::string& title) const;
     /// Presses keys, by their X names, in the window that has the focus.
     void press(const std::vector<std::string>& keys) const;
     void type(const std::string& text) const;

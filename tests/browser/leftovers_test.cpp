@@ -108,6 +108,7 @@ TEST_F(ABrowserOfItsOwn, LeavesNothingBehindHoweverItEnds) {
     const std::string temporary = m_folder.path("tmp");
     fs::create_directory(temporary);
     const std::vector<std::string> before = deadDisplays();
+    const std::string nobody = m_folder.write("nobody.json", "{}");
     std::mt19937 random(20210407);
     std::uniform_int_distribution<int> moment(0, 1200);
     for (int i = 0; i < ends; ++i) {
@@ -121,7 +122,7 @@ TEST_F(ABrowserOfItsOwn, LeavesNothingBehindHoweverItEnds) {
             setenv("TMPDIR", temporary.c_str(), 1);
             const std::string program = support::builtPath("bin/sso-browser");
             execl(program.c_str(), "sso-browser", "--module", support::modulePath().c_str(),
-                  SSO_TEST_PAGE, static_cast<char*>(nullptr));
+                  "--account", nobody.c_str(), SSO_TEST_PAGE, static_cast<char*>(nullptr));
             _exit(127);
         }
         std::this_thread::sleep_for(delay);
@@ -182,7 +183,9 @@ TEST_F(ABrowserOfItsOwn, RunsBelowAnyFolder) {
     const fs::path tree = m_folder.path("b\xc3\xa4um, x;");
     fs::create_directories(tree / "bin");
     fs::create_directories(tree / "lib");
-    fs::copy(support::builtPath("bin/sso-browser"), tree / "bin");
+    for (const char* name : {"sso-browser", "ssod"}) {
+        fs::copy(support::builtPath(std::string("bin/") + name), tree / "bin");
+    }
     for (const char* name : {"libsso_browser_wrapper.so", "libsso.so", "libsso_api.so",
                              "libdlog.so", "libvconf.so", "libht.so"}) {
         for (const std::string& file : namesIn(support::builtPath("lib"))) {
@@ -193,7 +196,8 @@ TEST_F(ABrowserOfItsOwn, RunsBelowAnyFolder) {
     const std::string script = m_folder.write(
         "a.js", "return new Embedding().call({ command: 'sso_plugin_getVersion' }).value;");
     support::ProcessOptions options;
-    options.environment = {"DISPLAY=", "WAYLAND_DISPLAY="};
+    options.environment = desk();
+    options.environment.insert(options.environment.end(), {"DISPLAY=", "WAYLAND_DISPLAY="});
     const auto result = support::runProcess(
         {tree / "bin/sso-browser", SSO_TEST_PAGE, "--grant", "partner", "--run-script", script},
         options);
@@ -209,7 +213,9 @@ TEST_F(ABrowserOfItsOwn, GetsByWithLittleSharedMemory) {
     const auto result =
         support::runProcess({"/usr/bin/unshare", "--mount", "/bin/sh", "-c", inside, "sh",
                              support::builtPath("bin/sso-browser"), "--module",
-                             support::modulePath(), SSO_TEST_PAGE, "--run-script", script},
+                             support::modulePath(), "--account",
+                             m_folder.write("nobody.json", "{}"), SSO_TEST_PAGE, "--run-script",
+                             script},
                             options);
     if (result.exitCode == 77 || result.errors.find("unshare") != std::string::npos) {
         GTEST_SKIP() << "this system lets nobody make a small /dev/shm: " << result.errors;

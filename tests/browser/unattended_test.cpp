@@ -40,7 +40,9 @@ class AnUnattendedRun : public browser::BrowserTest {
                          zero,
                          support::builtPath("bin/sso-browser"),
                          "--module",
-                         support::modulePath()};
+                         support::modulePath(),
+                         "--account",
+                         m_folder.write("nobody.json", "{}")};
         all.insert(all.end(), arguments.begin(), arguments.end());
         support::ProcessOptions options;
         options.environment = {"DISPLAY=", "WAYLAND_DISPLAY="};

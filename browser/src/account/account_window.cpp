@@ -19,7 +19,7 @@
 namespace browser {
 namespace {
 
-constexpr QSize kSize(760, 700);
+constexpr QSize kSize(760, 760);
 constexpr double kLargestShare = 0.95;  // of the window below
 
 QString channelScript() {

@@ -18,7 +18,7 @@ class AccountWindows {
   public:
     /// Makes this browser the agent of the state's popups. See AccountLink.
     ///
-    /// @param below  gives the window over which the next is shown; may give null.
+    /// @param below  gives what is on the screen, over which the next is shown; may give null.
     AccountWindows(const std::string& address, const std::string& state, std::string key,
                    std::function<QWidget*()> below);
     ~AccountWindows();

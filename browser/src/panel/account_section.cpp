@@ -32,9 +32,9 @@ QLabel* addLine(QVBoxLayout& layout, const char* name) {
     return line;
 }
 
-/// "2 tokens"
+/// "tokens 2"
 QString count(const Json& status, const char* name) {
-    return QStringLiteral("%1 %2").arg(status.value(name, 0)).arg(QLatin1String(name));
+    return QStringLiteral("%1 %2").arg(QLatin1String(name)).arg(status.value(name, 0));
 }
 
 /// "sso_show: fails 1 time, delayed by 500 ms"
@@ -81,7 +81,7 @@ void AccountSection::addPresets(QVBoxLayout& layout) {
     auto* row = new QHBoxLayout;
     auto* presets = new QComboBox;
     presets->setObjectName(QStringLiteral("presets"));
-    auto* use = new QPushButton(QStringLiteral("Use preset"));
+    auto* use = new QPushButton(QStringLiteral("Use &preset"));
     row->addWidget(presets, 1);
     row->addWidget(use);
     layout.addLayout(row);
@@ -101,9 +101,9 @@ void AccountSection::addPresets(QVBoxLayout& layout) {
 void AccountSection::addSwitches(QVBoxLayout& layout) {
     auto* row = new QHBoxLayout;
     const std::pair<const char*, QStringList> switches[] = {
-        {"Sign out", {QStringLiteral("sign-out")}},
-        {"Expire tokens", {QStringLiteral("token"), QStringLiteral("expire")}},
-        {"Reset faults", {QStringLiteral("reset")}},
+        {"&Sign out", {QStringLiteral("sign-out")}},
+        {"&Expire tokens", {QStringLiteral("token"), QStringLiteral("expire")}},
+        {"&Reset faults", {QStringLiteral("reset")}},
     };
     for (const auto& [name, words] : switches) {
         auto* button = new QPushButton(QString::fromLatin1(name));
@@ -121,8 +121,8 @@ void AccountSection::addFaults(QVBoxLayout& layout) {
     for (const embedder::Command& command : embedder::commands()) {
         operations->addItem(text(command.name).remove(0, prefix.size()), text(command.name));
     }
-    auto* fail = new QPushButton(QStringLiteral("Fail next"));
-    auto* delay = new QPushButton(QStringLiteral("Delay"));
+    auto* fail = new QPushButton(QStringLiteral("&Fail next"));
+    auto* delay = new QPushButton(QStringLiteral("&Delay"));
     auto* time = new QSpinBox;
     time->setRange(0, 600000);
     time->setSingleStep(500);
@@ -182,15 +182,17 @@ void AccountSection::showStatus(const VerbResult& result) {
     QStringList counts{QStringLiteral("state ") + text(status.value("state", std::string()))};
     for (const char* name : {"accounts", "clients", "tokens", "mappings"})
         counts << count(status, name);
-    for (const auto& [id, agreed] : status.value("terms", Json::object()).items()) {
+    const Json terms = status.value("terms", Json::object());
+    for (const auto& [id, agreed] : terms.items()) {
         if (agreed.is_string()) {
             counts << text(id) + (agreed == "agreed" ? QStringLiteral(" agreed")
                                                      : QStringLiteral(" not agreed"));
         }
     }
     m_counts->setText(counts.join(QStringLiteral(" \u00b7 ")));
+    const Json ordered = status.value("orders", Json::object());
     QStringList orders;
-    for (const auto& [operation, order] : status.value("orders", Json::object()).items()) {
+    for (const auto& [operation, order] : ordered.items()) {
         orders << orderText(operation, order);
     }
     m_orders->setText(orders.join(QLatin1Char('\n')));

@@ -55,7 +55,11 @@ QString summaryOf(const Json& answer) {
     Json rest = answer;
     for (const char* name : {"command", "status", "code", "errorName", "errorMessage"})
         rest.erase(name);
-    return rest.empty() ? QStringLiteral("done") : dump(rest, -1);
+    QStringList parts;
+    for (const auto& [name, value] : rest.items()) {
+        parts << text(name) + QLatin1Char(' ') + dump(value, -1);
+    }
+    return parts.isEmpty() ? QStringLiteral("done") : parts.join(QStringLiteral(", "));
 }
 
 }  // namespace
@@ -100,7 +104,7 @@ void MessagesSection::add(const std::string& line) {
 
 QTreeWidgetItem* MessagesSection::addRow(const Json& message, const std::string& command) {
     auto* row = new QTreeWidgetItem(m_rows);
-    row->setText(kTime, text(member(message, "time")).mid(11, 12));
+    row->setText(kTime, text(member(message, "time")).mid(11, 8));
     QString shown = text(command);
     // All begin alike, and there is little room.
     const QLatin1String prefix("sso_plugin_");

@@ -11,7 +11,7 @@
 namespace browser {
 
 Panel::Panel(const PanelSetting& setting) {
-    setMinimumWidth(360);
+    setMinimumWidth(420);
     auto* layout = new QVBoxLayout(this);
     m_account = new AccountSection(setting.runVerb, setting.account);
     layout->addWidget(m_account);
