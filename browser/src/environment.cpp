@@ -43,7 +43,7 @@ bool hasSharedMemory() {
            status.f_bavail * status.f_frsize >= kEnoughSharedMemory;
 }
 
-fs::path wrapperPath(const SessionFolder& folder) {
+fs::path wrapperPath(const base::SweptFolder& folder) {
     fs::path wrapper = fs::weakly_canonical(embedder::programFolder() / SSO_LIBRARY_FOLDER
                                             "/libsso_browser_wrapper.so");
     if (!fs::exists(wrapper)) {
@@ -72,7 +72,7 @@ std::string resolverRules(const std::vector<Application>& applications, int port
     return rules.empty() ? "" : " \"--host-resolver-rules=" + rules + "\"";
 }
 
-std::string engineSwitches(const SessionFolder& folder) {
+std::string engineSwitches(const base::SweptFolder& folder) {
     // First, so that a level that the user has set wins. The engine's own lines, up to its errors,
     // are about itself; what goes wrong in the page is on the console.
     std::string switches = "--log-level=3 ";
@@ -88,10 +88,10 @@ std::string engineSwitches(const SessionFolder& folder) {
 
 }  // namespace
 
-fs::path eventPipe(const SessionFolder& folder) { return folder.path() / "events"; }
+fs::path eventPipe(const base::SweptFolder& folder) { return folder.path() / "events"; }
 
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
-                        int serverPort, const SessionFolder& folder,
+                        int serverPort, const base::SweptFolder& folder,
                         const embedder::ServiceHold& service) {
     embedder::prepareEnvironment(options.common, service);
     set(kFlagsVariable, engineSwitches(folder) + resolverRules(applications, serverPort));

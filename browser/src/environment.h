@@ -4,15 +4,15 @@
 #include <filesystem>
 #include <vector>
 
+#include "base/swept_folder.h"
 #include "embedder/environment.h"
 #include "src/application.h"
 #include "src/options.h"
-#include "src/session_folder.h"
 
 namespace browser {
 
 /// Where the wrapper tells of the plug-in process; prepareEnvironment() makes it.
-std::filesystem::path eventPipe(const SessionFolder& folder);
+std::filesystem::path eventPipe(const base::SweptFolder& folder);
 
 /// Sets the variables by which the web engine, its plug-in process and the plug-in's log are told
 /// what to do. Call before the application object exists, while there is one thread.
@@ -20,7 +20,7 @@ std::filesystem::path eventPipe(const SessionFolder& folder);
 /// @param serverPort  where the folders of applications are served; 0 when there are none.
 /// @throws embedder::InputError  when this program's own files are not where they belong.
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
-                        int serverPort, const SessionFolder& folder,
+                        int serverPort, const base::SweptFolder& folder,
                         const embedder::ServiceHold& service);
 
 }  // namespace browser

@@ -16,6 +16,7 @@
 #include <variant>
 #include <vector>
 
+#include "base/swept_folder.h"
 #include "embedder/input_error.h"
 #include "server/folder_server.h"
 #include "src/application.h"
@@ -28,7 +29,6 @@
 #include "src/plugin_watch.h"
 #include "src/qt_messages.h"
 #include "src/runner.h"
-#include "src/session_folder.h"
 #include "src/signal_pipe.h"
 #include "src/standard_streams.h"
 #include "src/xvfb.h"
@@ -119,7 +119,7 @@ int run(const browser::Options& options) {
     // Before the environment has a folder of this run's for the sockets of others.
     const auto service = embedder::ServiceHold::get(options.common);
     const int signalPipe = browser::openSignalPipe();
-    const browser::SessionFolder folder;
+    const base::SweptFolder folder("sso-browser");
     browser::prepareEnvironment(options, applications, server ? server->port() : 0, folder,
                                 service);
     if (options.devtools) openDevTools(*options.devtools);
