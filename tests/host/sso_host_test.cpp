@@ -629,7 +629,8 @@ TEST(ARefusal, IsExplainedOnceForEachCommandAndFailsAStrictRun) {
                          R"({"post":{"command":"sso_plugin_showTermPage"}})"};
     const std::string version =
         "sso-host: sso_plugin_getVersion was refused: the application lacks the privilege "
-        "sso.partner; its manifest grants it by \"privileges\": [\"sso.partner\"]";
+        "sso.partner; its manifest grants it by \"privileges\": [\"sso.partner\"], the command "
+        "line by --grant sso.partner";
     const std::string misspelt =
         "sso-host: \"sso_plugin_showTermPage\" was refused: the plug-in has no such command; did "
         "you mean \"sso_plugin_showTermsPage\"?";
