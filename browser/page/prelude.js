@@ -207,7 +207,8 @@
     const isOwn = new URL(url).origin === origin;
     ask(url, { cache: "force-cache", mode: isOwn ? "same-origin" : "no-cors" }).then(
       ({ status, statusText }) => status >= 400 && noteResource("CSS resource", url, `${status} ${statusText}`),
-      error => setTimeout(() => forbidden.has(url) || noteResource("CSS resource", url, error.message)));
+      // That it was forbidden is told after that it failed, by a task that may have to wait.
+      error => setTimeout(() => forbidden.has(url) || noteResource("CSS resource", url, error.message), 500));
   };
   new PerformanceObserver(list => {
     for (const { initiatorType, name } of list.getEntries()) {

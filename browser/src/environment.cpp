@@ -44,7 +44,7 @@ bool hasSharedMemory() {
            status.f_bavail * status.f_frsize >= kEnoughSharedMemory;
 }
 
-fs::path wrapperPath(const SessionFolder& folder) {
+fs::path wrapperPath(const base::SweptFolder& folder) {
     fs::path wrapper = fs::weakly_canonical(embedder::programFolder() / SSO_LIBRARY_FOLDER
                                             "/libsso_browser_wrapper.so");
     if (!fs::exists(wrapper)) {
@@ -73,7 +73,7 @@ std::string resolverRules(const std::vector<Application>& applications, int port
     return rules.empty() ? "" : " \"--host-resolver-rules=" + rules + "\"";
 }
 
-std::string engineSwitches(const SessionFolder& folder) {
+std::string engineSwitches(const base::SweptFolder& folder) {
     // First, so that a level that the user has set wins. The engine's own lines, up to its errors,
     // are about itself; what goes wrong in the page is on the console.
     std::string switches = "--log-level=3 ";
@@ -89,16 +89,16 @@ std::string engineSwitches(const SessionFolder& folder) {
 
 }  // namespace
 
-fs::path eventPipe(const SessionFolder& folder) { return folder.path() / "events"; }
+fs::path eventPipe(const base::SweptFolder& folder) { return folder.path() / "events"; }
 
-fs::path logFile(const Options& options, const SessionFolder& folder) {
+fs::path logFile(const Options& options, const base::SweptFolder& folder) {
     const char* given = getenv("DLOG_FILE");
     if (given != nullptr && *given != '\0') return given;
     return options.common.log || !hasPanel(options) ? fs::path() : folder.path() / "log";
 }
 
 void prepareEnvironment(const Options& options, const std::vector<Application>& applications,
-                        int serverPort, const SessionFolder& folder,
+                        int serverPort, const base::SweptFolder& folder,
                         const embedder::ServiceHold& service, const std::string& agent) {
     // Before the level is silent, unless somebody has set another.
     if (hasPanel(options) && !options.common.log) setDefault("DLOG_LEVEL", "detail");

@@ -16,6 +16,7 @@
 #include <variant>
 #include <vector>
 
+#include "base/swept_folder.h"
 #include "embedder/input_error.h"
 #include "server/folder_server.h"
 #include "src/application.h"
@@ -29,7 +30,6 @@
 #include "src/plugin_watch.h"
 #include "src/qt_messages.h"
 #include "src/runner.h"
-#include "src/session_folder.h"
 #include "src/signal_pipe.h"
 #include "src/standard_streams.h"
 #include "src/xvfb.h"
@@ -124,7 +124,7 @@ int run(const browser::Options& options) {
     // Before the environment has a folder of this run's for the sockets of others.
     const auto service = embedder::ServiceHold::get(options.common);
     const int signalPipe = browser::openSignalPipe();
-    const browser::SessionFolder folder;
+    const base::SweptFolder folder("sso-browser");
     std::string agent;
 #ifdef SSO_SERVICE
     const bool hasService = !service.address().empty();

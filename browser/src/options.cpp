@@ -120,7 +120,7 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     app.add_flag(
         "--strict", options.strict,
         "Fail when there was an uncaught error, a resource that failed to load, or a request "
-        "without an answer, or when the plug-in's process ended");
+        "that was refused or had no answer, or when the plug-in's process ended");
     app.add_option_function<std::string>(
            "--dialogs",
            [&options](const std::string& text) {

@@ -93,6 +93,7 @@ void PluginWatch::onEvent(const nlohmann::json& event) {
         const auto call = m_calls.extract(event.at(1).get<std::uint64_t>());
         if (call) m_journal.replied(call.mapped(), "");
     } else if (name == kEventRefused) {
+        ++m_refusals;
         const std::string command = event.at(1);
         if (m_told.insert("command " + command).second) {
             complain(plain(embedder::explainRefusal(command)));
@@ -155,6 +156,10 @@ QStringList PluginWatch::unanswered() const {
 QStringList PluginWatch::faults() const {
     QStringList found;
     if (m_deaths > 0) found << QStringLiteral("the plug-in's process ended");
+    if (m_refusals > 0) {
+        found << (m_refusals == 1 ? QStringLiteral("1 request was refused")
+                                  : QStringLiteral("%1 requests were refused").arg(m_refusals));
+    }
     const QStringList requests = unanswered();
     if (!requests.isEmpty()) {
         found << QStringLiteral("%1 without an answer (%2)")

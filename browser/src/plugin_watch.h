@@ -73,6 +73,7 @@ class PluginWatch {
     std::set<std::string> m_told;
     QString m_ending;  ///< how the process says that it ends
     int m_deaths = 0;
+    int m_refusals = 0;
 };
 
 }  // namespace browser

@@ -11,7 +11,7 @@
 namespace browser {
 namespace {
 
-const SessionFolder* folderToRemove = nullptr;
+const base::SweptFolder* folderToRemove = nullptr;
 // While Qt starts, on the main thread: the first warning is the reason of the fatal one, which
 // talks of installing Qt anew.
 QString firstWarning;
@@ -41,7 +41,7 @@ void onMessage(QtMsgType type, const QMessageLogContext&, const QString& message
 
 }  // namespace
 
-void installQtMessages(const SessionFolder& folder) {
+void installQtMessages(const base::SweptFolder& folder) {
     folderToRemove = &folder;
     qInstallMessageHandler(onMessage);
 }

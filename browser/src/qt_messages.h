@@ -1,7 +1,7 @@
 #ifndef BROWSER_QT_MESSAGES_H_
 #define BROWSER_QT_MESSAGES_H_
 
-#include "src/session_folder.h"
+#include "base/swept_folder.h"
 
 namespace browser {
 
@@ -9,7 +9,7 @@ namespace browser {
 /// end the process with one clear line and kExitFailed instead of an abort.
 ///
 /// @param folder  is removed in that case, as no destructor runs; must live as long as Qt is used.
-void installQtMessages(const SessionFolder& folder);
+void installQtMessages(const base::SweptFolder& folder);
 
 }  // namespace browser
 

@@ -66,7 +66,8 @@ const Command* findCommand(const std::string& name) {
 std::string explainRefusal(const std::string& command) {
     if (const Command* known = findCommand(command)) {
         return command + " was refused: the application lacks the privilege " + known->privilege +
-               "; its manifest grants it by \"privileges\": [\"" + known->privilege + "\"]";
+               "; its manifest grants it by \"privileges\": [\"" + known->privilege +
+               "\"], the command line by --grant " + known->privilege;
     }
     const std::string shown = command.substr(0, kLongestName);
     return json(shown).dump(-1, ' ', true, json::error_handler_t::replace) +

@@ -171,7 +171,8 @@ TEST_F(TheConsole, HasWhatWorkersWrite) {
         const kept = new Worker("worker.js");
         kept.onmessage = () => kept.postMessage(1);
         kept.onerror = event => { console.log("kept"); event.preventDefault(); kept.onerror = null; again(); };
-        const again = () => setTimeout(() => kept.postMessage(1), 100);
+        // The page's own error of the same words, and then the worker's, which is not kept.
+        const again = () => setTimeout(() => { setTimeout(() => kept.postMessage(1)); throw new RangeError("too deep"); });
         new Worker("missing.js");
     )js",
                                {"--strict"}, 4);
@@ -179,10 +180,11 @@ TEST_F(TheConsole, HasWhatWorkersWrite) {
         lines,
         ::testing::UnorderedElementsAre(
             MatchesRegex("console.error: worker http://.*/missing.js failed to load"),
+            MatchesRegex("console.error: Uncaught RangeError: too deep.*app.js.*"),
             "console.log: hello 1", "console.warn: careful (worker.js:2)", "console.log: kept",
             // The second time, and once, though the engine tells it for the page, too.
             "console.error: Uncaught RangeError: too deep (worker.js:3)"));
-    EXPECT_THAT(m_errors, HasSubstr("--strict: 1 uncaught error, 1 resource that failed to load"));
+    EXPECT_THAT(m_errors, HasSubstr("--strict: 2 uncaught errors, 1 resource that failed to load"));
 }
 
 }  // namespace

@@ -42,9 +42,24 @@ TEST_F(TheWatchedPlugin, HasEachRefusalExplainedOnce) {
         result.errorLines(),
         ElementsAre("sso-browser: sso_plugin_getSSOState was refused: the application lacks "
                     "the privilege sso.platform; its manifest grants it by \"privileges\": "
-                    "[\"sso.platform\"]",
+                    "[\"sso.platform\"], the command line by --grant sso.platform",
                     "sso-browser: \"sso_plugin_getversion\" was refused: the plug-in has no "
                     "such command; did you mean \"sso_plugin_getVersion\"?"));
+}
+
+TEST_F(TheWatchedPlugin, FailsAStrictRunWhenItRefusesARequest) {
+    const std::string refused = R"js(
+        const plugin = new Embedding();
+        plugin.call({ command: "sso_plugin_getSSOState" });
+    )js";
+    const auto one = run(refused, {"--strict"});
+    EXPECT_EQ(one.exitCode, 4);
+    EXPECT_EQ(one.errorLines().back(), "sso-browser: --strict: 1 request was refused");
+    const auto two =
+        run(refused + R"js(await plugin.ask({ command: "no such" });)js", {"--strict"});
+    EXPECT_EQ(two.exitCode, 4);
+    EXPECT_EQ(two.errorLines().back(), "sso-browser: --strict: 2 requests were refused");
+    EXPECT_EQ(run(refused, {"--strict", "--grant", "platform"}).exitCode, 0);
 }
 
 TEST_F(TheWatchedPlugin, HasItsMessagesWritten) {

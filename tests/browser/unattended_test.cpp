@@ -180,7 +180,7 @@ TEST_F(AnUnattendedRun, SaysWhyAPageCannotBeLoaded) {
 TEST_F(AnUnattendedRun, SaysThatACertificateCannotBeTrusted) {
     // A server that has signed its own, on a port that the system gives it.
     const auto result = runInShell(
-        R"(cd "$0" && openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem \
+        R"(cd "$0" && : >server && openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem \
               -subj /CN=localhost 2>/dev/null || exit 70
            openssl s_server -accept 127.0.0.1:0 -key key.pem -cert cert.pem -www >server 2>&1 &
            until port=$(sed -n 's/^ACCEPT 127.0.0.1://p' server) && [ -n "$port" ]; do sleep 0.1; done

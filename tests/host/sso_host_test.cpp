@@ -287,6 +287,19 @@ TEST(ACall, ThatIsNotAnsweredInTimeIsAnError) {
                 ElementsAre(IsError(1, "not answered in time"), event(1, "destroyed", true)));
 }
 
+TEST(ACall, ThatWasNotAnsweredInTimeIsNotWaitedForOnceMore) {
+    Words command = module("stuck_module");
+    command.insert(command.begin(), program());
+    ProcessOptions options;
+    options.input = "{\"call\":1,\"timeout\":0.05}\n";
+    options.timeout = std::chrono::seconds(20);  // less than a call has by itself
+    const ProcessResult result = support::runProcess(command, options);
+    EXPECT_FALSE(result.timedOut);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errors, IsEmpty());
+    EXPECT_THAT(eventsOf(result), ElementsAre(IsError(1, "not answered in time")));
+}
+
 TEST(APost, IsWaitedForAtTheEndOfTheInput) {
     const ProcessResult result =
         runLines(module("echo_module"), {R"({"post":1})", R"({"post":"two"})"});
@@ -629,7 +642,8 @@ TEST(ARefusal, IsExplainedOnceForEachCommandAndFailsAStrictRun) {
                          R"({"post":{"command":"sso_plugin_showTermPage"}})"};
     const std::string version =
         "sso-host: sso_plugin_getVersion was refused: the application lacks the privilege "
-        "sso.partner; its manifest grants it by \"privileges\": [\"sso.partner\"]";
+        "sso.partner; its manifest grants it by \"privileges\": [\"sso.partner\"], the command "
+        "line by --grant sso.partner";
     const std::string misspelt =
         "sso-host: \"sso_plugin_showTermPage\" was refused: the plug-in has no such command; did "
         "you mean \"sso_plugin_showTermsPage\"?";
@@ -764,6 +778,16 @@ TEST(AModule, ThatHangsIsToldAndEnded) {
         EXPECT_EQ(result.exitCode, row.exitCode);
         EXPECT_THAT(result.errorLines(), ElementsAre(begin + row.step + " within 0.3 seconds"));
     }
+}
+
+TEST(AModule, HasTheWholeTimeForEachStep) {
+    Words command = {
+        "/bin/sh",          "-c", "(sleep 1; echo '{\"embed\":true}') | \"$0\" \"$@\"", program(),
+        "--module-timeout", "0.7"};
+    for (const std::string& word : module("echo_module")) command.push_back(word);
+    const ProcessResult result = support::runProcess(command);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_THAT(eventsOf(result), ElementsAre(event(2, "embedded", true)));
 }
 
 TEST(AModule, ThatEndsTheProgramIsNoSuccess) {

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "base/swept_folder.h"
 #include "child.h"
 #include "module_file.h"
 #include "module_path.h"
@@ -21,7 +22,6 @@
 #include "process.h"
 #include "report.h"
 #include "suite.h"
-#include "temporary_folder.h"
 #include "verdict.h"
 
 namespace {
@@ -114,11 +114,14 @@ void check(CommandLine& command, Report& report) {
     report.facts.emplace_back("origin", origin);
     if (!command.debugFile.empty()) checkDebugFile(command.debugFile, file);
 
-    const support::TemporaryFolder versions;
+    // The tests' own folders go with it, too, when they are killed.
+    const base::SweptFolder folder("sso-check");
+    const std::string versions = folder.path() / "versions";
+    std::filesystem::create_directory(versions);
     std::vector<std::string>& environment = command.suite.environment;
-    environment.push_back(
-        "LD_LIBRARY_PATH=" +
-        qualification::libraryPath(file, {support::builtPath("lib"), versions.path("")}));
+    environment.push_back("LD_LIBRARY_PATH=" +
+                          qualification::libraryPath(file, {support::builtPath("lib"), versions}));
+    environment.push_back("TMPDIR=" + folder.path().string());
     environment.push_back("SSO_TEST_MODULE=" + command.module);
     environment.push_back("SSO_TEST_ORIGIN=" + origin);
     environment.push_back("SSO_TEST_SYMBOLS=" + command.debugFile);

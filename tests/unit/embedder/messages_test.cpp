@@ -105,7 +105,8 @@ TEST_F(TheJournal, WritesAnAnswerToNothing) {
 TEST(ARefusal, NamesTheMissingPrivilege) {
     EXPECT_EQ(explainRefusal("sso_plugin_getSSOState"),
               "sso_plugin_getSSOState was refused: the application lacks the privilege "
-              "sso.platform; its manifest grants it by \"privileges\": [\"sso.platform\"]");
+              "sso.platform; its manifest grants it by \"privileges\": [\"sso.platform\"], the "
+              "command line by --grant sso.platform");
 }
 
 TEST(ARefusal, OfANameThatIsNoneSaysSo) {

@@ -1,4 +1,4 @@
-#include "src/session_folder.h"
+#include "base/swept_folder.h"
 
 #include <signal.h>
 #include <stdlib.h>
@@ -13,7 +13,7 @@
 #include <string>
 #include <system_error>
 
-namespace browser {
+namespace base {
 namespace {
 
 /// Waits until nobody holds the other end of a socket, or sends anything there.
@@ -23,9 +23,9 @@ void waitForEnd(int socket) {
     }
 }
 
-/// Removes the folder when the browser has ended. Holds no file of the browser's but the socket.
+/// Removes the folder when the program has ended. Holds no file of the program's but the socket.
 [[noreturn]] void sweep(int socket, const std::filesystem::path& folder) {
-    setsid();  // Ctrl-C in the browser's terminal is not for this process
+    setsid();  // Ctrl-C in the program's terminal is not for this process
     for (const int number : {SIGHUP, SIGINT, SIGTERM}) signal(number, SIG_IGN);
     const int kept = dup2(socket, 0);
     const long highest = sysconf(_SC_OPEN_MAX);
@@ -42,19 +42,19 @@ void waitForEnd(int socket) {
 
 }  // namespace
 
-SessionFolder::SessionFolder() {
+SweptFolder::SweptFolder(const std::string& name) {
     std::error_code error;
     const std::filesystem::path parent = std::filesystem::temp_directory_path(error);
-    std::string name = ((error ? "/tmp" : parent) / "sso-browser-XXXXXX").string();
+    std::string path = ((error ? "/tmp" : parent) / (name + "-XXXXXX")).string();
     std::array<int, 2> ends;
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         throw std::runtime_error("no socket to be had");
     }
-    if (mkdtemp(name.data()) == nullptr) {
+    if (mkdtemp(path.data()) == nullptr) {
         throw std::runtime_error("cannot make a temporary folder in " + parent.string() + ": " +
                                  std::strerror(errno));
     }
-    m_path = name;
+    m_path = path;
     m_sweeper = ends[0];
     // A grandchild, so that it is nobody's child here: children are waited for at the end.
     const pid_t child = fork();
@@ -66,16 +66,16 @@ SessionFolder::SessionFolder() {
     if (child > 0) waitpid(child, nullptr, 0);
 }
 
-SessionFolder::~SessionFolder() {
+SweptFolder::~SweptFolder() {
     remove();
     shutdown(m_sweeper, SHUT_WR);
     waitForEnd(m_sweeper);  // nothing of this program outlives it
     close(m_sweeper);
 }
 
-void SessionFolder::remove() const {
+void SweptFolder::remove() const {
     std::error_code ignored;  // there is no one left to tell
     std::filesystem::remove_all(m_path, ignored);
 }
 
-}  // namespace browser
+}  // namespace base
