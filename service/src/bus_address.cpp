@@ -16,8 +16,6 @@
 
 #include "service/bus_client.h"
 
-extern char** environ;
-
 namespace service {
 namespace {
 

@@ -36,9 +36,7 @@ std::string busAddress() {
     throw std::runtime_error("there is no bus; sso-browser and ssoctl start it with one");
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     CLI::App app("The account service of the desk. The programs that need it start it.", "ssod");
     std::string keptFolder;
     int idle = 30;
@@ -51,15 +49,21 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.set_version_flag("--version", "ssod " SSO_VERSION, "Print the version and exit");
     CLI11_PARSE(app, argc, argv);
+    if (!keptFolder.empty()) {
+        return service::keepBus(keptFolder, fs::read_symlink("/proc/self/exe"));
+    }
+    service::Loop loop;
+    loop.endOnSignals();
+    const service::Service service(loop, busAddress(), dataFolder(), std::chrono::seconds(idle));
+    loop.run();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
     try {
-        if (!keptFolder.empty()) {
-            return service::keepBus(keptFolder, fs::read_symlink("/proc/self/exe"));
-        }
-        service::Loop loop;
-        loop.endOnSignals();
-        service::Service service(loop, busAddress(), dataFolder(), std::chrono::seconds(idle));
-        loop.run();
-        return 0;
+        return run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "ssod: %s\n", error.what());
         return 1;

@@ -8,11 +8,10 @@
 namespace service {
 
 using account::Operation;
-using Json = nlohmann::json;
 
 Orders Orders::parse(const std::string& text) {
     Orders orders;
-    const Json json = Json::parse(text, nullptr, false);
+    const nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
     if (!json.is_object()) return orders;
     for (const auto& [name, value] : json.items()) {
         const auto operation = account::operationNamed(name);
@@ -28,9 +27,9 @@ Orders Orders::parse(const std::string& text) {
 }
 
 std::string Orders::asJson() const {
-    Json json = Json::object();
+    nlohmann::json json = nlohmann::json::object();
     for (const auto& [operation, order] : m_orders) {
-        Json& one = json[account::nameOf(operation)] = Json::object();
+        nlohmann::json& one = json[account::nameOf(operation)] = nlohmann::json::object();
         if (order.failure) {
             one["failure"] = *order.failure;
             one["times"] = order.times;

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 constexpr const char* kRoot = "/example/korvane/SSO1";
 constexpr const char* kExtension = ".db";
 
-void check(int result, const char* what) {
+void require(int result, const char* what) {
     if (result < 0) {
         throw std::runtime_error(std::string(what) + ": " +
                                  std::generic_category().message(-result));
@@ -48,7 +48,7 @@ Service::Service(Loop& loop, const std::string& address, fs::path folder,
     exportInterfaces();
     const int owned = sd_bus_request_name(m_bus.get(), kBusName, 0);
     if (owned == -EEXIST) throw std::runtime_error("another account service is on this bus");
-    check(owned, "the name on the bus");
+    require(owned, "the name on the bus");
     waitForCallers();
 }
 
@@ -56,17 +56,17 @@ Service::~Service() = default;
 
 void Service::connect(const std::string& address) {
     sd_bus* bus = nullptr;
-    check(sd_bus_new(&bus), "bus");
+    require(sd_bus_new(&bus), "bus");
     m_bus.reset(bus);
-    check(sd_bus_set_address(bus, address.c_str()), "the bus's address");
-    check(sd_bus_set_bus_client(bus, 1), "bus");
-    check(sd_bus_set_exit_on_disconnect(bus, 1), "bus");
-    check(sd_bus_start(bus), "the bus cannot be reached");
-    check(sd_bus_attach_event(bus, m_loop.get(), 0), "bus");
-    check(sd_bus_match_signal(bus, nullptr, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                              "org.freedesktop.DBus", "NameOwnerChanged", &Service::onOwnerChanged,
-                              this),
-          "bus");
+    require(sd_bus_set_address(bus, address.c_str()), "the bus's address");
+    require(sd_bus_set_bus_client(bus, 1), "bus");
+    require(sd_bus_set_exit_on_disconnect(bus, 1), "bus");
+    require(sd_bus_start(bus), "the bus cannot be reached");
+    require(sd_bus_attach_event(bus, m_loop.get(), 0), "bus");
+    require(sd_bus_match_signal(bus, nullptr, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                "org.freedesktop.DBus", "NameOwnerChanged",
+                                &Service::onOwnerChanged, this),
+            "bus");
 }
 
 void Service::exportInterfaces() {
@@ -76,7 +76,7 @@ void Service::exportInterfaces() {
         {bus::control::kName, kControlTable},
     };
     for (const auto& [name, table] : interfaces) {
-        check(
+        require(
             sd_bus_add_fallback_vtable(m_bus.get(), nullptr, kRoot, name, table, &findObject, this),
             name);
     }
@@ -169,7 +169,7 @@ void Service::openWindow(const OpenPopup& popup, const std::string& title, const
                                      [](void* user) { delete static_cast<WindowCall*>(user); });
     sd_bus_slot_set_floating(slot, 1);
     sd_bus_slot_unref(slot);
-    call.release();
+    static_cast<void>(call.release());  // it is the slot's now
 }
 
 void Service::closeWindow(const OpenPopup& popup) {

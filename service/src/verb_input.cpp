@@ -10,7 +10,7 @@ namespace service {
 using account::Profile;
 
 std::string passwordFrom(const std::string& input) {
-    const std::string line = input.substr(0, input.find_first_of("\r\n"));
+    std::string line = input.substr(0, input.find_first_of("\r\n"));
     if (line.empty()) throw Refused("standard input has no line with it");
     return line;
 }
