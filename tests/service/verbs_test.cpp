@@ -84,7 +84,9 @@ TEST_F(TheVerbs, TakeNoSecretAsAnArgument) {
             const bool isSecret = option.find("password") != std::string::npos ||
                                   option.find("secret") != std::string::npos ||
                                   option.find("token") != std::string::npos;
-            if (isSecret) EXPECT_THAT(option, EndsWith("-stdin"));
+            if (isSecret) {
+                EXPECT_THAT(option, EndsWith("-stdin"));
+            }
         }
     }
 }
