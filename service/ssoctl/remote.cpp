@@ -51,7 +51,7 @@ Remote::Result Remote::run(const std::vector<std::string>& words, const std::str
     for (const std::string& word : words) check(sd_bus_message_append(made, "s", word.c_str()));
     check(sd_bus_message_close_container(made));
     check(sd_bus_message_append(made, "s", input.c_str()));
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* answered = nullptr;
     const int called = sd_bus_call(m_bus.get(), made, 0, &error, &answered);
     const Message answer(answered);

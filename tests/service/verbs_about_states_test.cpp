@@ -107,6 +107,7 @@ TEST_F(APreset, LeavesNothingOfWhatWasBefore) {
             for (Json& further : (*document)["device"]["accounts"]) further.erase("password");
         }
         EXPECT_EQ(again, first);
+        restart();
         EXPECT_EQ(done("status")["nextPopups"].dump(), "{}");
     }
     EXPECT_EQ(refused("preset use nosuch"),

@@ -123,6 +123,9 @@ TEST_F(AnOperation, FailsHangsAndTakesLongerUntilReset) {
     EXPECT_EQ(done("delay getAccessToken 1500").dump(),
               R"({"sso_request_access_token":{"delayMs":1500,"failure":-5,"times":2}})");
     EXPECT_EQ(done("hang getLoginStatus").dump(), R"({"sso_get_login_state":{"hangs":true}})");
+    EXPECT_EQ(done("delay getSSOState 1s").dump(),
+              R"({"sso_get_login_info":{"delayMs":1000},"sso_get_auth_token":{"delayMs":1000},)"
+              R"("sso_get_guid":{"delayMs":1000,"failure":-7,"times":0}})");
     const auto operation = account::Operation::RequestAccessToken;
     EXPECT_EQ(state().takeFailure(operation, true), std::nullopt);
     EXPECT_EQ(state().takeFailure(operation, false), -5);
