@@ -117,6 +117,14 @@ int run(const browser::Options& options) {
     std::vector<browser::Script> scripts;
     for (const auto& path : options.scripts) scripts.push_back(readScript(path));
     requireWritable(options.screenshot);
+    if (!options.windowPictures.empty()) {
+        std::error_code error;
+        std::filesystem::create_directories(options.windowPictures, error);
+        if (access(options.windowPictures.c_str(), W_OK) != 0) {
+            throw embedder::InputError("the pictures in " + options.windowPictures.string() +
+                                       " cannot be written");
+        }
+    }
     browser::checkModule(options.common.module);
 
     const std::unique_ptr<browser::FolderServer> server = serve(applications, options.port);
@@ -175,8 +183,9 @@ int run(const browser::Options& options) {
 #ifdef SSO_SERVICE
     std::optional<browser::AccountWindows> accountWindows;
     if (hasService) {
-        accountWindows.emplace(service.address(), options.common.state, agent,
-                               [&runner] { return runner.frontPage(); });
+        accountWindows.emplace(
+            service.address(), options.common.state, agent,
+            [&runner] { return runner.frontPage(); }, options.windowPictures);
         panel.runVerb = [&link = accountWindows->link()](const QStringList& words, auto done) {
             link.run(words, std::move(done));
         };

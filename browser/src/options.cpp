@@ -146,6 +146,11 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
         "--panel", options.panel,
         "Show the desk's panel beside the first application: the account and switches for it, "
         "privileges, messages, the log; F9 shows and hides it");
+    app.add_option(
+           "--window-pictures", options.windowPictures,
+           "Write each of the account's windows to this folder as PNG when something is pressed "
+           "in it")
+        ->type_name("DIR");
     std::string devtools;
     app.add_flag(
         "--devtools{9222}", devtools,

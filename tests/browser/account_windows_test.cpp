@@ -19,6 +19,7 @@
 #include "account/account_file.h"
 #include "browser_test.h"
 #include "display.h"
+#include "module_path.h"
 #include "password.h"
 #include "process_figures.h"
 #include "service/bus_address.h"
@@ -354,6 +355,32 @@ TEST_F(TheAccountsWindows, HaveAPanelBesideThePageWhoseSwitchesActAtOnce) {
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     m_display.press({"alt+s"});
     EXPECT_EQ(result(), Json::array({1, 0, ""}));
+}
+
+TEST_F(TheAccountsWindows, AreGoneThroughByTheDemosVisitor) {
+    const std::string pictures = m_folder.path("pictures");
+    support::ProcessOptions options;
+    options.environment = {"DISPLAY=", "WAYLAND_DISPLAY="};
+    options.timeout = std::chrono::seconds(110);
+    const auto result = support::runProcess(
+        {SSO_SOURCE_DIR "/scripts/demo-unseen", support::builtPath("bin"), pictures}, options);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    for (
+        const char* line :
+        {R"("command": "sso_plugin_createAccount", "state": 0)",
+         R"("command": "sso_plugin_show_login_page", "state": 0)",
+         R"("command": "sso_plugin_showTermsPage", "state": 0)",
+         R"("token": "access-token-of-demo-client" })",
+         R"([{\"appID\":\"demo-app\",\"cpName\":\"demo-partner\",\"cpUID\":\"robin@partner.example\"}])",
+         R"("token": "access-token-of-demo-client-2" })"}) {
+        EXPECT_THAT(result.output, ::testing::HasSubstr(line));
+    }
+    for (const char* name :
+         {"1-create-an-account", "2-sign-in", "3-terms-of-use", "first-day", "next-day"}) {
+        const std::string png = readAll(fs::path(pictures) / (std::string(name) + ".png"));
+        EXPECT_EQ(png.substr(0, 4), "\x89PNG") << name;
+        EXPECT_GT(png.size(), 15000U) << name << ": an empty window is far smaller";
+    }
 }
 
 TEST_F(TheAccountsWindows, AreTakenAwayWhenTheirCallerGoes) {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "src/later.h"
+#include "src/output.h"
 
 namespace browser {
 namespace {
@@ -32,8 +33,10 @@ QJsonObject silence() {
 }  // namespace
 
 AccountWindows::AccountWindows(const std::string& address, const std::string& state,
-                               std::string key, std::function<QWidget*()> below)
+                               std::string key, std::function<QWidget*()> below,
+                               std::filesystem::path pictures)
     : m_below(std::move(below)),
+      m_pictures(std::move(pictures)),
       m_link(address, state, std::move(key),
              {[this](auto popup, auto& title, auto& html) { open(popup, title, html); },
               [this](auto popup) { takeAway(popup); },
@@ -45,6 +48,7 @@ AccountWindows::~AccountWindows() = default;
 AccountWindow::Observer AccountWindows::observerOf(PopupNumber popup) {
     AccountWindow::Observer observer;
     observer.submit = [this, popup](const QString& action, const QJsonObject& fields, auto answer) {
+        takePicture(popup);
         m_link.submit(popup, action.toStdString(), toTexts(fields),
                       [this, popup, answer](bool answered, bool done, const Texts& errors) {
                           if (done) return takeAway(popup);
@@ -60,6 +64,20 @@ AccountWindow::Observer AccountWindows::observerOf(PopupNumber popup) {
         takeAway(popup);
     };
     return observer;
+}
+
+/// "2-create-an-account.png"
+void AccountWindows::takePicture(PopupNumber popup) {
+    if (m_pictures.empty()) return;
+    AccountWindow& window = *m_windows.at(popup);
+    QString name = QString::number(++m_taken);
+    for (const QChar letter : QLatin1Char('-') + window.windowTitle().toLower()) {
+        name += letter.isLetterOrNumber() ? letter : QLatin1Char('-');
+    }
+    const auto file = m_pictures / (name.toStdString() + ".png");
+    if (window.grab().save(QString::fromStdString(file.string()), "PNG")) return;
+    complain(QStringLiteral("the picture %1 cannot be written")
+                 .arg(QString::fromStdString(file.string())));
 }
 
 void AccountWindows::open(PopupNumber popup, const QString& title, const QString& html) {

@@ -2,6 +2,7 @@
 #define BROWSER_ACCOUNT_ACCOUNT_WINDOWS_H_
 
 #include <QString>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -19,8 +20,9 @@ class AccountWindows {
     /// Makes this browser the agent of the state's popups. See AccountLink.
     ///
     /// @param below  gives what is on the screen, over which the next is shown; may give null.
+    /// @param pictures  folder for a picture of each window, made when something is pressed in it; empty for none.
     AccountWindows(const std::string& address, const std::string& state, std::string key,
-                   std::function<QWidget*()> below);
+                   std::function<QWidget*()> below, std::filesystem::path pictures);
     ~AccountWindows();
     AccountWindows(const AccountWindows&) = delete;
     AccountWindows& operator=(const AccountWindows&) = delete;
@@ -34,8 +36,11 @@ class AccountWindows {
     void fill(PopupNumber popup, const Texts& fields, bool press);
     void takeAwayAll();
     AccountWindow::Observer observerOf(PopupNumber popup);
+    void takePicture(PopupNumber popup);
 
     const std::function<QWidget*()> m_below;
+    const std::filesystem::path m_pictures;
+    int m_taken = 0;    ///< pictures
     QObject m_context;  ///< of what is done later
     std::map<PopupNumber, std::unique_ptr<AccountWindow>> m_windows;
     std::vector<std::unique_ptr<AccountWindow>> m_gone;  ///< from the screen
