@@ -23,7 +23,8 @@ StateDocument parseState(const std::string& text, const std::string& name) {
         } else if (member == "clockAdvancedMs" && value.is_number_unsigned()) {
             document.clock = std::chrono::milliseconds(value.get<std::int64_t>());
         } else if (member != "about") {
-            throw Refused(name + ": " + member + " is none of its members, or of another type");
+            throw Refused(std::string(name).append(": ").append(member).append(
+                " is none of its members, or of another type"));
         }
     }
     return document;
