@@ -28,8 +28,8 @@ struct Options {
     std::filesystem::path messages;  ///< file for messages; "-" for standard output
     bool panel = false;
     std::filesystem::path windowPictures;  ///< folder; empty for none
-    std::filesystem::path profile;  ///< folder of what pages store
-    std::optional<int> devtools;    ///< port of remote debugging; 0 for any
+    std::filesystem::path profile;         ///< folder of what pages store
+    std::optional<int> devtools;           ///< port of remote debugging; 0 for any
     int port = 0;      ///< of the server of a folder; 0 for any, behind a name of its own
     int width = 1280;  ///< pixels
     int height = 800;  ///< pixels

@@ -254,6 +254,7 @@ TEST_F(TheAccountsWindows, EndWithTheService) {
         const ask = () => plugin.ask({ command: "sso_plugin_createAccount" });
         const first = await ask();
         const told = Date.now();
+        await new Promise(done => setTimeout(done, 3000));
         const second = await ask();
         return [first.state, second.state, plugin.received, told];
     )js");
@@ -262,6 +263,7 @@ TEST_F(TheAccountsWindows, EndWithTheService) {
     ASSERT_GT(before, 0);
     const auto killed = std::chrono::system_clock::now();
     ASSERT_EQ(kill(before, SIGKILL), 0);
+    EXPECT_TRUE(m_display.waitForEnd(kCreateAccount, 2));
     // The next window is that of the next service.
     EXPECT_TRUE(browser::eventually(10, [&] {
         const pid_t now = service();

@@ -210,13 +210,11 @@ TEST_F(ABrowserOfItsOwn, GetsByWithLittleSharedMemory) {
         "mount -t tmpfs -o size=4m tmpfs /dev/shm || { echo no mount; exit 77; }; exec \"$@\"";
     support::ProcessOptions options;
     options.environment = {"DISPLAY=", "WAYLAND_DISPLAY="};
-    const auto result =
-        support::runProcess({"/usr/bin/unshare", "--mount", "/bin/sh", "-c", inside, "sh",
-                             support::builtPath("bin/sso-browser"), "--module",
-                             support::modulePath(), "--account",
-                             m_folder.write("nobody.json", "{}"), SSO_TEST_PAGE, "--run-script",
-                             script},
-                            options);
+    const auto result = support::runProcess(
+        {"/usr/bin/unshare", "--mount", "/bin/sh", "-c", inside, "sh",
+         support::builtPath("bin/sso-browser"), "--module", support::modulePath(), "--account",
+         m_folder.write("nobody.json", "{}"), SSO_TEST_PAGE, "--run-script", script},
+        options);
     if (result.exitCode == 77 || result.errors.find("unshare") != std::string::npos) {
         GTEST_SKIP() << "this system lets nobody make a small /dev/shm: " << result.errors;
     }
