@@ -184,6 +184,10 @@ void watchUsers(const fs::path& folder, int ready) {
     Users users(loop, folder);
     users.connect();
     loop.endOnSignals();
+    // Who waits for the first program's output does not wait for this.
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, stream);
+    close(nothing);
     [[maybe_unused]] const ssize_t told = write(ready, "", 1);
     close(ready);
     users.look();
@@ -224,10 +228,6 @@ int keepBus(const fs::path& folder, const fs::path& ssod) {
     if (keeper == 0) {
         setsid();  // what ends the program that needed it first does not end it
         close(pipe[0]);
-        // Who waits for that program's output does not wait for this.
-        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-        dup2(nothing, 0);
-        dup2(nothing, 1);
         _exit(keep(folder, pipe[1]));
     }
     close(pipe[1]);

@@ -17,8 +17,9 @@ Orders Orders::parse(const std::string& text) {
         const auto operation = account::operationNamed(name);
         if (!operation || !value.is_object()) continue;
         Order& order = orders.m_orders[*operation];
-        if (value.contains("failure"))
+        if (value.contains("failure")) {
             order.failure = value.value("failure", SSO_ERROR_UNAVAILABLE);
+        }
         order.times = value.value("times", 0);
         order.delay = std::chrono::milliseconds(value.value("delayMs", 0));
         order.hangs = value.value("hangs", false);

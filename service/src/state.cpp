@@ -222,10 +222,6 @@ void State::openPopup(OpenPopup popup) {
     } else if (!open.agent.empty()) {
         showPopup(open);
     } else {
-        std::fprintf(
-            stderr,
-            "ssod: a popup was asked for and nothing here can show it; sso-browser shows windows, "
-            "and ssoctl popup complete lets one end without\n");
         open.timer =
             m_world.loop().after(milliseconds(0), [=] { endPopup(id, PopupState::Failed); });
     }

@@ -86,7 +86,7 @@ class State {
     std::optional<int> takeFailure(account::Operation operation, bool start);
 
     // Popups.
-    /// Begins one: it ends as was set for it, or is shown by its agent, or fails at once with a hint on standard error.
+    /// Begins one: it ends as was set for it, or is shown by its agent, or fails at once.
     void openPopup(OpenPopup popup);
     const std::map<std::uint64_t, OpenPopup>& popups() const { return m_popups; }
     /// Ends one, for the account too. Nothing when it is not there (any more).

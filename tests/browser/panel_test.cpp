@@ -83,8 +83,9 @@ class ThePanel : public ::testing::Test {
     std::vector<std::string> row(int number) const {
         const auto* tree = m_panel->findChild<QTreeWidget*>();
         std::vector<std::string> texts;
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < 4; ++i) {
             texts.push_back(tree->topLevelItem(number)->text(i).toStdString());
+        }
         return texts;
     }
     int rows() const { return m_panel->findChild<QTreeWidget*>()->topLevelItemCount(); }

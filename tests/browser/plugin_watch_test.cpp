@@ -80,8 +80,9 @@ TEST_F(TheWatchedPlugin, HasItsMessagesWritten) {
         EXPECT_THAT(lines.back()["time"].get<std::string>(), ::testing::EndsWith("Z"));
         instances.insert(lines.back()["instance"]);
         EXPECT_EQ(lines.back().contains("milliseconds"), lines.back().contains("answer"));
-        for (const char* varying : {"time", "instance", "milliseconds"})
+        for (const char* varying : {"time", "instance", "milliseconds"}) {
             lines.back().erase(varying);
+        }
     }
     const std::string version = "sso_plugin_getVersion";
     const std::string login = "sso_plugin_show_login_page";

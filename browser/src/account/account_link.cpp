@@ -41,8 +41,9 @@ int readTexts(sd_bus_message* message, Texts& texts) {
 std::string AccountLink::makeKey() {
     std::random_device random;
     std::string key;
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 4; ++i) {
         key += QString::number(random(), 16).rightJustified(8, QLatin1Char('0')).toStdString();
+    }
     return key;
 }
 

@@ -62,7 +62,7 @@ WindowProfile::WindowProfile()
 WindowProfile::~WindowProfile() { setUrlRequestInterceptor(nullptr); }
 
 QUrl WindowProfile::serve(const QByteArray& html) {
-    const QUrl url(QStringLiteral("%1:page-%2").arg(QLatin1String(kScheme)).arg(++m_served));
+    QUrl url(QStringLiteral("%1:page-%2").arg(QLatin1String(kScheme)).arg(++m_served));
     m_handler->serve(url, html);
     return url;
 }

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "embedder/commands.h"
+#include "src/panel/text.h"
 
 namespace browser {
 namespace {
@@ -19,8 +20,6 @@ using Json = nlohmann::ordered_json;
 constexpr int kRefreshDelay = 50;  // milliseconds
 
 Json parse(const QString& text) { return Json::parse(text.toStdString(), nullptr, false); }
-
-QString text(const std::string& plain) { return QString::fromStdString(plain); }
 
 QLabel* addLine(QVBoxLayout& layout, const char* name) {
     auto* line = new QLabel;
@@ -47,8 +46,9 @@ QString orderText(const std::string& operation, const Json& order) {
                                    .arg(times)
                                    .arg(order.value("failure", 0)));
     }
-    if (order.contains("delayMs"))
+    if (order.contains("delayMs")) {
         parts << QStringLiteral("takes %1 ms more").arg(order.value("delayMs", 0));
+    }
     if (order.value("hangs", false)) parts << QStringLiteral("is not answered");
     return text(operation) + QStringLiteral(": ") + parts.join(QStringLiteral(", "));
 }
@@ -180,8 +180,9 @@ void AccountSection::showStatus(const VerbResult& result) {
                            ? QStringLiteral("Signed in: ") + text(signedIn.get<std::string>())
                            : QStringLiteral("Nobody is signed in"));
     QStringList counts{QStringLiteral("state ") + text(status.value("state", std::string()))};
-    for (const char* name : {"accounts", "clients", "tokens", "mappings"})
+    for (const char* name : {"accounts", "clients", "tokens", "mappings"}) {
         counts << count(status, name);
+    }
     const Json terms = status.value("terms", Json::object());
     for (const auto& [id, agreed] : terms.items()) {
         if (agreed.is_string()) {

@@ -5,9 +5,9 @@
 namespace browser {
 namespace {
 
-constexpr int kInterval = 300;     // milliseconds between two looks
-constexpr int kMostLines = 5000;   // that are kept
-constexpr qint64 kPart = 1 << 20;  // bytes at a time
+constexpr int kMilliseconds = 300;  // milliseconds between two looks
+constexpr int kMostLines = 5000;    // that are kept
+constexpr qint64 kPart = 1 << 20;   // bytes at a time
 
 }  // namespace
 
@@ -23,7 +23,7 @@ LogSection::LogSection(const std::filesystem::path& file)
     }
     setPlaceholderText(QStringLiteral("Nothing logged yet."));
     connect(&m_timer, &QTimer::timeout, this, [this] { readOn(); });
-    m_timer.start(kInterval);
+    m_timer.start(kMilliseconds);
 }
 
 void LogSection::readOn() {

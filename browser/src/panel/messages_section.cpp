@@ -5,6 +5,7 @@
 #include <QScrollBar>
 
 #include "embedder/commands.h"
+#include "src/panel/text.h"
 
 namespace browser {
 namespace {
@@ -20,8 +21,6 @@ constexpr int kWhy = Qt::UserRole + 3;       // it was refused
 constexpr int kMostRows = 1000;
 
 using Json = nlohmann::ordered_json;
-
-QString text(const std::string& plain) { return QString::fromStdString(plain); }
 
 QString dump(const Json& value, int indent) {
     return text(value.dump(indent, ' ', false, Json::error_handler_t::replace));
@@ -50,11 +49,13 @@ int statusOf(const Json& answer) {
 QString summaryOf(const Json& answer) {
     if (!answer.is_object()) return dump(answer, -1);
     const int status = statusOf(answer);
-    if (status != 0)
+    if (status != 0) {
         return QStringLiteral("%1 %2").arg(status).arg(text(member(answer, "errorName")));
+    }
     Json rest = answer;
-    for (const char* name : {"command", "status", "code", "errorName", "errorMessage"})
+    for (const char* name : {"command", "status", "code", "errorName", "errorMessage"}) {
         rest.erase(name);
+    }
     QStringList parts;
     for (const auto& [name, value] : rest.items()) {
         parts << text(name) + QLatin1Char(' ') + dump(value, -1);
@@ -145,11 +146,13 @@ void MessagesSection::addAnswer(const Json& message) {
     row->setData(0, kResponse, dump(answer, 2));
     row->setText(kAnswer, isMatched ? summaryOf(answer)
                                     : QStringLiteral("answers no request: ") + summaryOf(answer));
-    if (isMatched)
+    if (isMatched) {
         row->setText(kMilliseconds, QString::number(message.value("milliseconds", 0.0), 'f', 1));
+    }
     const int status = statusOf(answer);
-    if (status == embedder::kRefused)
+    if (status == embedder::kRefused) {
         row->setData(0, kWhy, text(embedder::explainRefusal(command)));
+    }
     if (status != 0 || !isMatched) row->setForeground(kAnswer, QColor(0xc0, 0x39, 0x2b));
     if (row == m_rows->currentItem()) show(row);
     // What helps should not have to be looked for.

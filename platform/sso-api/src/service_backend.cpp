@@ -2,8 +2,10 @@
 
 #include <utf8.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -60,6 +62,17 @@ int append(sd_bus_message* call, const std::string& text) {
 
 /// What an operation's callback is told when the service does not answer.
 CallbackArguments unreachable() { return {SSO_ERROR_UNAVAILABLE, SSO_POPUP_FAILED, nullptr}; }
+
+/// Once, as it stays so.
+void tellWhoShowsWindows() {
+    static std::once_flag told;
+    std::call_once(told, [] {
+        std::fputs(
+            "sso_api: nothing here can show a window of the account service; sso-browser does, and "
+            "ssoctl popup complete lets the next one end without\n",
+            stderr);
+    });
+}
 
 CallbackArguments read(sd_bus_message* message) {
     CallbackArguments told = unreachable();
@@ -157,11 +170,12 @@ void OnBus::run(Operation operation, const std::vector<std::string>& texts, Oper
     };
     m_client.call(methodOf(operation), m_path, std::move(write),
                   popup ? std::nullopt : std::optional(kRequestBound),
-                  [id](sd_bus_message* message) {
+                  [id, unseen = popup && m_agent.empty()](sd_bus_message* message) {
                       // Not here, where other answers wait: a callback may take its time.
                       CallbackArguments told = unreachable();
                       try {
                           if (message != nullptr) told = read(message);
+                          if (unseen && told.state == SSO_POPUP_FAILED) tellWhoShowsWindows();
                       } catch (const std::bad_alloc&) {
                           // It stays unreachable.
                       }

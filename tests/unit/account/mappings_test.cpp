@@ -92,7 +92,7 @@ TEST(Mappings, ThatAreCopiedGoOnAlone) {
 }
 
 TEST(TheJsonOfMappings, IsACompactArray) {
-    EXPECT_EQ(toJson({}), "[]");
+    EXPECT_EQ(toJson(std::vector<Mapping>()), "[]");
     EXPECT_EQ(toJson({{"a", "p", "u"}, {"b", "q", ""}}),
               R"([{"appID":"a","cpName":"p","cpUID":"u"},{"appID":"b","cpName":"q","cpUID":""}])");
 }
