@@ -86,6 +86,13 @@ void configure(const fs::path& folder, const fs::path& ssod) {
     writeFile(folder / "bus.conf", configuration);
 }
 
+/// Who waits for the end of the first program's output does not wait for the bus.
+void closeStreams() {
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, stream);
+    close(nothing);
+}
+
 /// Ends with its parent, whatever becomes of that.
 pid_t startBus(const fs::path& folder, int ready) {
     const pid_t parent = getpid();
@@ -98,7 +105,7 @@ pid_t startBus(const fs::path& folder, int ready) {
     fcntl(ready, F_SETFD, 0);
     // It complains of limits that it cannot raise; what matters is told by its end.
     const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
-    dup2(open("/dev/null", O_RDWR | O_CLOEXEC), STDERR_FILENO);
+    closeStreams();
     execlp("dbus-daemon", "dbus-daemon", configuration.c_str(), "--nofork", "--nopidfile",
            "--nosyslog", address.c_str(), nullptr);
     dprintf(errors, "ssod: dbus-daemon cannot be started; it is in the package dbus-daemon\n");
@@ -184,10 +191,7 @@ void watchUsers(const fs::path& folder, int ready) {
     Users users(loop, folder);
     users.connect();
     loop.endOnSignals();
-    // Who waits for the first program's output does not wait for this.
-    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, stream);
-    close(nothing);
+    closeStreams();
     [[maybe_unused]] const ssize_t told = write(ready, "", 1);
     close(ready);
     users.look();

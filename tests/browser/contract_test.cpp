@@ -5,6 +5,7 @@
 
 #include "browser_test.h"
 #include "contract_suite.h"
+#include "module_path.h"
 
 namespace contract {
 namespace {
@@ -30,11 +31,20 @@ constexpr char kSendRows[] = R"js(
 
 class BrowserPage : public Page, browser::BrowserTest {
   public:
-    explicit BrowserPage(const Setting& setting) {
+    enum class Account { OfAFile, OfTheService };
+
+    BrowserPage(const Setting& setting, Account account) {
         for (const std::string& privilege : setting.privileges) {
             m_arguments.insert(m_arguments.end(), {"--grant", privilege});
         }
-        if (!setting.account.empty()) {
+        if (account == Account::OfTheService) {
+            // As a file has it: popups end by themselves, so that nobody is waited for.
+            loadState(setting.account.empty()
+                          ? m_folder.write(
+                                "nobody.json",
+                                R"({"popups": {"login": {}, "createAccount": {}, "terms": {}}})")
+                          : setting.account);
+        } else if (!setting.account.empty()) {
             m_arguments.insert(m_arguments.end(), {"--account", setting.account});
         }
     }
@@ -54,14 +64,33 @@ class BrowserPage : public Page, browser::BrowserTest {
   private:
     void TestBody() override {}
 
+    /// The same JSON, in a state of the account service.
+    void loadState(const std::string& file) {
+        support::ProcessOptions options;
+        options.environment = desk();
+        const auto loaded = support::runProcess(
+            {support::builtPath("bin/ssoctl"), "--state", "contract", "state", "load", file},
+            options);
+        EXPECT_EQ(loaded.exitCode, 0) << loaded.errors;
+        m_arguments.insert(m_arguments.end(), {"--state", "contract"});
+    }
+
     Arguments m_arguments;
 };
 
-std::unique_ptr<Page> openBrowserPage(const Setting& setting) {
-    return std::make_unique<BrowserPage>(setting);
+std::unique_ptr<Page> openWithFile(const Setting& setting) {
+    return std::make_unique<BrowserPage>(setting, BrowserPage::Account::OfAFile);
 }
 
-INSTANTIATE_TEST_SUITE_P(Browser, TheContract, onHost(&openBrowserPage), nameOfVisit);
+INSTANTIATE_TEST_SUITE_P(Browser, TheContract, onHost(&openWithFile), nameOfVisit);
+
+#ifdef SSO_SERVICE
+std::unique_ptr<Page> openWithService(const Setting& setting) {
+    return std::make_unique<BrowserPage>(setting, BrowserPage::Account::OfTheService);
+}
+
+INSTANTIATE_TEST_SUITE_P(BrowserOnTheService, TheContract, onHost(&openWithService), nameOfVisit);
+#endif
 
 }  // namespace
 }  // namespace contract
