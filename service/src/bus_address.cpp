@@ -52,9 +52,9 @@ fs::path privateBusFolder() {
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     fs::path folder;
     if (runtime != nullptr && *runtime == '/' && access(runtime, W_OK) == 0) {
-        folder = fs::path(runtime) / "sso-desk";
+        folder = fs::path(runtime) / "sso-desk-bus";
     } else {
-        folder = fs::temp_directory_path() / ("sso-desk-" + std::to_string(getuid()));
+        folder = fs::temp_directory_path() / ("sso-desk-bus-" + std::to_string(getuid()));
     }
     if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) fail(folder.string());
     struct stat status {};

@@ -159,7 +159,9 @@ class Users {
         const FolderLock lock(m_folder);
         if (count() > 0) return;
         std::error_code error;
-        fs::remove_all(m_folder, error);  // the lock as the last, or it is made anew
+        for (const char* name : {"bus", "bus.conf", "lock"}) fs::remove(m_folder / name, error);
+        fs::remove_all(m_folder / "services", error);
+        fs::remove(m_folder, error);
         m_loop.end();
     }
 

@@ -284,7 +284,7 @@ TEST_F(TheAccountsWindows, EndForTheServiceWhenTheBrowserIsKilled) {
     start("console.log('begins');" + std::string(kAskCreate));
     ASSERT_TRUE(m_display.waitFor(kCreateAccount));
     auto watch = std::make_unique<EventWatch>(
-        service::privateBusAddress(fs::path(m_desk.path("XDG_RUNTIME_DIR")) / "sso-desk"));
+        service::privateBusAddress(fs::path(m_desk.path("XDG_RUNTIME_DIR")) / "sso-desk-bus"));
     ASSERT_GT(m_browser, 0);
     ASSERT_EQ(kill(m_browser, SIGKILL), 0);
     EXPECT_TRUE(

@@ -28,7 +28,7 @@ Desk::Desk(Bus bus) {
 Desk::~Desk() {
     m_bus.reset();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (fs::exists(m_folder.path("run/sso-desk/bus"))) {
+    while (fs::exists(m_folder.path("run/sso-desk-bus/bus"))) {
         if (std::chrono::steady_clock::now() > deadline) {
             ADD_FAILURE() << "the private bus goes on without anybody";
             return;

@@ -121,7 +121,7 @@ TEST_F(TheRemoteControl, ExaminesWhatRuns) {
     const std::string folder = m_desk.folder().path("");
     EXPECT_EQ(text, "service's program: " + support::builtPath("bin/ssod") + "\n" +
                         "states: " + folder + "data/sso-desk/states\n" +
-                        "bus: private, unix:path=" + folder + "run/sso-desk/bus\n" +
+                        "bus: private, unix:path=" + folder + "run/sso-desk-bus/bus\n" +
                         "service: " SSO_VERSION
                         "\n"
                         "state: default, robin@user.example is signed in\n"

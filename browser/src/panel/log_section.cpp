@@ -5,7 +5,7 @@
 namespace browser {
 namespace {
 
-constexpr int kMilliseconds = 300;  // milliseconds between two looks
+constexpr int kLookEvery = 300;  // milliseconds between two looks
 constexpr int kMostLines = 5000;    // that are kept
 constexpr qint64 kPart = 1 << 20;   // bytes at a time
 
@@ -23,7 +23,7 @@ LogSection::LogSection(const std::filesystem::path& file)
     }
     setPlaceholderText(QStringLiteral("Nothing logged yet."));
     connect(&m_timer, &QTimer::timeout, this, [this] { readOn(); });
-    m_timer.start(kMilliseconds);
+    m_timer.start(kLookEvery);
 }
 
 void LogSection::readOn() {
