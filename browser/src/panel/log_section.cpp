@@ -5,9 +5,9 @@
 namespace browser {
 namespace {
 
-constexpr int kLookEvery = 300;  // milliseconds between two looks
-constexpr int kMostLines = 5000;    // that are kept
-constexpr qint64 kPart = 1 << 20;   // bytes at a time
+constexpr int kLookEvery = 300;    // milliseconds between two looks
+constexpr int kMostLines = 5000;   // that are kept
+constexpr qint64 kPart = 1 << 20;  // bytes at a time
 
 }  // namespace
 
