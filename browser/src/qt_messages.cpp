@@ -16,6 +16,12 @@ const base::SweptFolder* folderToRemove = nullptr;
 // talks of installing Qt anew.
 QString firstWarning;
 
+/// A window that gets the focus as it goes: the display says no, and nothing is wrong.
+bool isOfAWindowThatWent(const QString& message) {
+    return message.startsWith(QLatin1String("QXcbConnection: XCB error: 8 (BadMatch)")) &&
+           message.contains(QLatin1String("(SetInputFocus)"));
+}
+
 void onMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
     const bool starting = QCoreApplication::instance() == nullptr || QCoreApplication::startingUp();
     switch (type) {
@@ -25,6 +31,7 @@ void onMessage(QtMsgType type, const QMessageLogContext&, const QString& message
         case QtWarningMsg:
         case QtCriticalMsg:
             if (!starting) {
+                if (isOfAWindowThatWent(message)) return;
                 std::fprintf(stderr, "%s\n", qUtf8Printable(message));
             } else if (firstWarning.isEmpty()) {
                 firstWarning = message;

@@ -173,11 +173,11 @@ TEST_F(TheWatchedPlugin, IsMissedWhenItEndsItsProcessItself) {
         options.environment = {
             "DISPLAY=", "WAYLAND_DISPLAY=", "SSO_FAULTY_MODULE=" + support::modulePath(),
             std::string("SSO_FAULT=") + way + " HandleBlockingMessage"};
-        const auto result =
-            support::runProcess({support::builtPath("bin/sso-browser"), "--module",
-                                 support::builtPath("lib/libfaulty_module.so"), SSO_TEST_PAGE,
-                                 "--grant", "partner", "--run-script", script, "--strict"},
-                                options);
+        const auto result = support::runProcess(
+            {support::builtPath("bin/sso-browser"), "--module",
+             support::builtPath("lib/libfaulty_module.so"), SSO_TEST_PAGE, "--grant", "partner",
+             "--run-script", script, "--strict", "--account", m_folder.write("nobody.json", "{}")},
+            options);
         EXPECT_EQ(result.exitCode, 4);
         EXPECT_EQ(result.output, "result: true\n");
         EXPECT_THAT(

@@ -40,7 +40,8 @@ async function run() {
     ["ignore", "ignore", "ignore", "pipe"]);
   process.env.DISPLAY = `:${display[1]}`;
   const page = path.join(__dirname, "../page");
-  const [browserProcess, address] = await start(program, [page, "--devtools=0"], /http:\/\/127\.0\.0\.1:\d+/);
+  const account = path.join(__dirname, "../../../account/examples/signed-out.json");  // not the person's own
+  const [browserProcess, address] = await start(program, [page, "--devtools=0", "--account", account], /http:\/\/127\.0\.0\.1:\d+/);
 
   const browser = await eventually("to connect", () =>
     puppeteer.connect({ browserURL: address[0], defaultViewport: null }).catch(() => null));
