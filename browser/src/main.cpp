@@ -130,7 +130,7 @@ int run(const browser::Options& options) {
     const std::unique_ptr<browser::FolderServer> server = serve(applications, options.port);
 
     // Before the environment has a folder of this run's for the sockets of others.
-    const auto service = embedder::ServiceHold::get(options.common);
+    auto service = embedder::ServiceHold::get(options.common);
     const int signalPipe = browser::openSignalPipe();
     const base::SweptFolder folder("sso-browser");
     std::string agent;
@@ -185,7 +185,14 @@ int run(const browser::Options& options) {
     if (hasService) {
         accountWindows.emplace(
             service.address(), options.common.state, agent,
-            [&runner] { return runner.frontPage(); }, options.windowPictures);
+            [&runner] { return runner.frontPage(); }, options.windowPictures,
+            [&service] {
+                try {
+                    service.renew();
+                } catch (const std::exception&) {
+                    // It is tried again.
+                }
+            });
         panel.runVerb = [&link = accountWindows->link()](const QStringList& words, auto done) {
             link.run(words, std::move(done));
         };

@@ -37,6 +37,12 @@ ServiceHold ServiceHold::get([[maybe_unused]] const Options& options) {
     return hold;
 }
 
+void ServiceHold::renew() {
+#ifdef SSO_SERVICE
+    if (m_held) m_held->bus.renew();
+#endif
+}
+
 void prepareEnvironment(const Options& options, const ServiceHold& service) {
     // Without --log, a level that the user has set counts.
     setenv("DLOG_LEVEL", options.log ? "detail" : "silent", options.log ? 1 : 0);

@@ -133,19 +133,26 @@ bool BusHold::knowsService(sd_bus* bus) {
 BusHold BusHold::get(const fs::path& ssod) {
     const char* session = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     if (session != nullptr && *session != '\0') {
-        Bus bus = connect(session);
-        if (bus && knowsService(bus.get())) return {session, std::move(bus), false};
+        BusHold hold(session, ssod, {});
+        hold.m_bus = connect(session);
+        if (hold.m_bus && knowsService(hold.m_bus.get())) return hold;
     }
     const fs::path folder = privateBusFolder();
-    const std::string address = privateBusAddress(folder);
-    const FolderLock lock(folder);
-    Bus bus = connect(address);
+    BusHold hold(privateBusAddress(folder), ssod, folder);
+    hold.renew();
+    return hold;
+}
+
+void BusHold::renew() {
+    if (!m_isPrivate) return;
+    const FolderLock lock(m_folder);
+    Bus bus = connect(m_address);
     if (!bus) {
-        startKeeper(ssod, folder);
-        bus = connect(address);
+        startKeeper(m_ssod, m_folder);
+        bus = connect(m_address);
     }
     if (!bus) throw std::runtime_error("the account service's bus does not answer");
-    return {address, std::move(bus), true};
+    m_bus = std::move(bus);
 }
 
 }  // namespace service

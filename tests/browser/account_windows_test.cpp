@@ -134,15 +134,19 @@ class TheAccountsWindows : public browser::BrowserTest {
     }
 
     /// The account service of this test.
-    pid_t service() const {
+    pid_t service() const { return processOf("ssod"); }
+    pid_t bus() const { return processOf("dbus-daemon"); }
+
+    /// The first of this test's processes that run a program; not the bus's keeper.
+    pid_t processOf(const char* program) const {
         for (const fs::directory_entry& process : fs::directory_iterator("/proc")) {
             std::error_code error;
-            const bool isService =
-                fs::read_symlink(process.path() / "exe", error).filename() == "ssod" &&
+            const bool isIt =
+                fs::read_symlink(process.path() / "exe", error).filename() == program &&
                 readAll(process.path() / "cmdline").find("--keep-bus") == std::string::npos &&
                 readAll(process.path() / "environ").find(m_desk.path("XDG_RUNTIME_DIR")) !=
                     std::string::npos;
-            if (isService) return std::stoi(process.path().filename());
+            if (isIt) return std::stoi(process.path().filename());
         }
         return -1;
     }
@@ -278,6 +282,23 @@ TEST_F(TheAccountsWindows, EndWithTheService) {
     const std::chrono::system_clock::time_point told(
         std::chrono::milliseconds(answers[3].get<std::int64_t>()));
     EXPECT_LT(told - killed, std::chrono::seconds(2));
+}
+
+TEST_F(TheAccountsWindows, AreThereAgainAfterTheEndOfTheBus) {
+    start(
+        "console.log('begins'); const plugin = new Embedding();"
+        "const ended = await plugin.ask({ command: 'sso_plugin_createAccount' });"
+        "await new Promise(done => setTimeout(done, 2500)); console.log('again');"
+        "const closed = await plugin.ask({ command: 'sso_plugin_createAccount' });"
+        "return [ended.state, closed.state];");
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    const pid_t killed = bus();
+    ASSERT_GT(killed, 0);
+    ASSERT_EQ(kill(killed, SIGKILL), 0);
+    EXPECT_TRUE(m_display.waitForEnd(kCreateAccount, 2));
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    m_display.press({"Escape"});
+    EXPECT_EQ(result(), Json::parse("[2, 1]"));
 }
 
 TEST_F(TheAccountsWindows, EndForTheServiceWhenTheBrowserIsKilled) {

@@ -93,7 +93,12 @@ void AccountLink::registerAgent() {
         kBound,
         [this](sd_bus_message* answer) {
             if (answer != nullptr) return;
-            handOver([this] { later(m_context, kRetryDelay, [this] { registerAgent(); }); });
+            handOver([this] {
+                later(m_context, kRetryDelay, [this] {
+                    m_observer.unreachable();
+                    registerAgent();
+                });
+            });
         });
 }
 

@@ -28,7 +28,8 @@ class AccountLink {
         std::function<void(PopupNumber popup, const QString& title, const QString& html)> open;
         std::function<void(PopupNumber popup)> takeAway;
         std::function<void(PopupNumber popup, const Texts& fields, bool press)> fill;
-        std::function<void()> lost;  ///< the service, and with it all popups
+        std::function<void()> lost;         ///< the service, and with it all popups
+        std::function<void()> unreachable;  ///< before it is tried again
     };
     /// @param answered  whether the service did; without, the others say nothing.
     /// @param done      the popup has ended.

@@ -34,14 +34,14 @@ QJsonObject silence() {
 
 AccountWindows::AccountWindows(const std::string& address, const std::string& state,
                                std::string key, std::function<QWidget*()> below,
-                               std::filesystem::path pictures)
+                               std::filesystem::path pictures, std::function<void()> unreachable)
     : m_below(std::move(below)),
       m_pictures(std::move(pictures)),
       m_link(address, state, std::move(key),
              {[this](auto popup, auto& title, auto& html) { open(popup, title, html); },
               [this](auto popup) { takeAway(popup); },
               [this](auto popup, auto& fields, bool press) { fill(popup, fields, press); },
-              [this] { takeAwayAll(); }}) {}
+              [this] { takeAwayAll(); }, std::move(unreachable)}) {}
 
 AccountWindows::~AccountWindows() = default;
 

@@ -21,8 +21,10 @@ class AccountWindows {
     ///
     /// @param below  gives what is on the screen, over which the next is shown; may give null.
     /// @param pictures  folder for a picture of each window, made when something is pressed in it; empty for none.
+    /// @param unreachable  is called when the service cannot be reached, before it is tried again.
     AccountWindows(const std::string& address, const std::string& state, std::string key,
-                   std::function<QWidget*()> below, std::filesystem::path pictures);
+                   std::function<QWidget*()> below, std::filesystem::path pictures,
+                   std::function<void()> unreachable);
     ~AccountWindows();
     AccountWindows(const AccountWindows&) = delete;
     AccountWindows& operator=(const AccountWindows&) = delete;

@@ -25,6 +25,11 @@ class ServiceHold {
     /// @throws std::runtime_error  when there is none.
     static ServiceHold get(const Options& options);
 
+    /// Starts what carries it again when that has gone. Nothing without a state.
+    ///
+    /// @throws std::runtime_error  when that fails.
+    void renew();
+
     /// The address of the bus on which it is; empty without a state.
     const std::string& address() const;
 

@@ -20,6 +20,11 @@ class BusHold {
     /// @throws std::runtime_error  when there is none, with what to do.
     static BusHold get(const std::filesystem::path& ssod);
 
+    /// Starts the private bus again when it has gone, at the same address; whatever the environment says by now.
+    ///
+    /// @throws std::runtime_error  when that fails.
+    void renew();
+
     const std::string& address() const { return m_address; }
     bool isPrivate() const { return m_isPrivate; }
 
@@ -28,14 +33,19 @@ class BusHold {
         void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
     };
     using Bus = std::unique_ptr<sd_bus, Unref>;
-    BusHold(std::string address, Bus bus, bool isPrivate)
-        : m_address(std::move(address)), m_bus(std::move(bus)), m_isPrivate(isPrivate) {}
+    BusHold(std::string address, std::filesystem::path ssod, std::filesystem::path folder)
+        : m_address(std::move(address)),
+          m_isPrivate(!folder.empty()),
+          m_ssod(std::move(ssod)),
+          m_folder(std::move(folder)) {}
     static Bus connect(const std::string& address);
     static bool knowsService(sd_bus* bus);
 
     std::string m_address;
     Bus m_bus;
     bool m_isPrivate;
+    std::filesystem::path m_ssod;
+    std::filesystem::path m_folder;  ///< of the private bus
 };
 
 /// Where the private bus of this user has its socket and what belongs to it. Made for the user alone.
