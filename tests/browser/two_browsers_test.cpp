@@ -1,9 +1,11 @@
 // Two browsers at once, with the same application.
 
 #include <filesystem>
+#include <future>
 #include <string>
 
 #include "browser_test.h"
+#include "module_path.h"
 
 namespace {
 
@@ -52,6 +54,43 @@ TEST_F(TwoBrowsers, HaveTheSameOriginAndEachItsOwnStorage) {
     EXPECT_EQ(innerEnd, (Json{outerEnd[0], nullptr, "", "1.1"}));
     EXPECT_EQ(outerEnd, (Json{innerEnd[0], "outer", "who=outer", "1.1"}));
 }
+
+#ifdef SSO_SERVICE
+TEST_F(TwoBrowsers, ChangeOneStateAtOnceAndLoseNothing) {
+    support::ProcessOptions environment;
+    environment.environment = desk();
+    const auto loaded =
+        support::runProcess({support::builtPath("bin/ssoctl"), "--state", "shared", "state", "load",
+                             SSO_SOURCE_DIR "/account/examples/signed-in.json"},
+                            environment);
+    ASSERT_EQ(loaded.exitCode, 0) << loaded.errors;
+    // A hundred each, all at once; what both can know is that each has its answer.
+    const auto add = [&](const std::string& who) {
+        const std::string script = m_folder.write(who + ".js", "const who = '" + who + R"js(';
+            const plugin = new Embedding();
+            const answers = [];
+            for (let i = 0; i < 100; ++i) {
+                plugin.post({ command: "sso_plugin_addPartnerAccountMappingInfo", appID: "shared-app",
+                              cpName: who, cpUID: `user-${i}` });
+            }
+            for (let i = 0; i < 100; ++i) answers.push((await plugin.next()).result);
+            return answers.filter(result => result === 0).length;
+        )js");
+        return runBrowser(
+            {SSO_TEST_PAGE, "--state", "shared", "--grant", "partner", "--run-script", script});
+    };
+    auto other = std::async(std::launch::async, add, "other");
+    const auto one = add("one");
+    EXPECT_EQ(one.output, "result: 100\n") << one.errors;
+    EXPECT_EQ(other.get().output, "result: 100\n");
+    const Json listed = runScript(R"js(
+        const answer = await new Embedding().ask({ command: "sso_plugin_getPartnerAccountMappingList", appID: "shared-app" });
+        return JSON.parse(answer.PartnerAccountInfo).length;
+    )js",
+                                  {"--state", "shared", "--grant", "partner"});
+    EXPECT_EQ(listed, 200);
+}
+#endif
 
 TEST_F(TwoBrowsers, CannotHaveTheSameProfile) {
     const std::string profile = m_folder.path("profile");
