@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <functional>
 #include <future>
 #include <nlohmann/json.hpp>
@@ -49,9 +50,7 @@ void complete(const char* what, Start start) {
     require(done.get_future().get(), what);
 }
 
-}  // namespace
-
-int main() {
+nlohmann::json measure() {
     nlohmann::json times;
     times["login state"] = microsecondsOf([](int) {
         int state = 0;
@@ -80,5 +79,17 @@ int main() {
                                                       &onResult, done);
         });
     });
-    std::printf("%s\n", times.dump().c_str());
+    return times;
+}
+
+}  // namespace
+
+int main() {
+    try {
+        std::printf("%s\n", measure().dump().c_str());
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bench-account: %s\n", error.what());
+        return 1;
+    }
 }
