@@ -164,7 +164,7 @@ TEST_F(AWatcher, SeesWhatHappensAndNoSecret) {
     const std::string seen = m_desk.output(
         "ssoctl preset use signed-in >/dev/null\n"
         "ssoctl watch --json --count 5 2>watching & watcher=$!\n"
-        "while ! grep -q watching watching; do sleep 0.01; done\n"
+        "while ! grep -qs watching watching; do sleep 0.01; done\n"
         "echo new-password | ssoctl account add new --password-stdin >/dev/null\n"
         R"(echo '{"post":{"command":"sso_plugin_getZEVAccessToken","id":"demo-client",)"
         R"("secret":"demo-secret"}}' | sso-host --state default --grant partner >/dev/null)"
