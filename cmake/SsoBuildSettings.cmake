@@ -62,6 +62,11 @@ if(SSO_SANITIZE)
     -fsanitize=${SSO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(sso_build_settings INTERFACE -fsanitize=${SSO_SANITIZE})
 endif()
+if(SSO_FUZZ)  # the sanitizer above, what libFuzzer is led by, and the counters of its report
+  set(fuzz -fsanitize=fuzzer-no-link -fprofile-instr-generate -fcoverage-mapping)
+  target_compile_options(sso_build_settings INTERFACE ${fuzz})
+  target_link_options(sso_build_settings INTERFACE ${fuzz})
+endif()
 if(SSO_COVERAGE)
   target_compile_options(sso_build_settings INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(sso_build_settings INTERFACE --coverage)
@@ -83,14 +88,27 @@ endfunction()
 
 if(NOT SSO_SANITIZE)
   sso_harden(stack-protector -fstack-protector-strong)
+  include(CheckCXXCompilerFlag)
+  include(CheckCXXSourceCompiles)
   if(NOT SSO_COVERAGE)  # the optimiser moves and merges branches
+    # Level 3 also checks sizes that are known when the program runs only.
+    check_cxx_source_compiles("#include <cstddef>
+      std::size_t size(const char* text) { return __builtin_dynamic_object_size(text, 0); }
+      int main() {}" SSO_HAS_FORTIFY_3)
+    set(level 2)
+    if(SSO_HAS_FORTIFY_3)
+      set(level 3)
+    endif()
     # _FORTIFY_SOURCE works on optimised code only. A build type "None" leaves both to its flags.
     sso_harden(_FORTIFY_SOURCE $<$<CONFIG:Debug>:-Og>
-      "$<$<NOT:$<CONFIG:None>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+      "$<$<NOT:$<CONFIG:None>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=${level}>")
   endif()
   target_link_options(sso_hardening INTERFACE -Wl,-z,defs)
-  include(CheckCXXCompilerFlag)
   set(CMAKE_REQUIRED_FLAGS -Werror)  # one that the target has no use for is no flag of it
+  check_cxx_compiler_flag(-fstack-clash-protection SSO_HAS_STACK_CLASH_PROTECTION)
+  if(SSO_HAS_STACK_CLASH_PROTECTION)
+    sso_harden(stack-clash-protection -fstack-clash-protection)
+  endif()
   check_cxx_compiler_flag(-fcf-protection=full SSO_HAS_CET)
   if(SSO_HAS_CET)
     sso_harden(-fcf-protection -fcf-protection=full)

@@ -29,7 +29,7 @@ await ask("not a dictionary");
 const app = { appID: "demo-app", cpName: "demo-partner" };
 
 // Each command once, as the list offers it.
-for (const { path, message } of commands) {
+for (const { path, message } of demo.commands) {
   if (path === "blocking") demo.sendAndWait(message);
   else await ask(message);
 }

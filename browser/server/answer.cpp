@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/markup.h"
 #include "server/byte_range.h"
 #include "server/content_type.h"
 #include "server/folder_path.h"
@@ -19,26 +20,6 @@ namespace http = boost::beast::http;
 using boost::beast::string_view;
 
 std::string_view plain(string_view text) { return {text.data(), text.size()}; }
-
-std::string escaped(std::string_view text) {
-    std::string html;
-    for (const char letter : text) {
-        switch (letter) {
-            case '&':
-                html += "&amp;";
-                break;
-            case '<':
-                html += "&lt;";
-                break;
-            case '>':
-                html += "&gt;";
-                break;
-            default:
-                html += letter;
-        }
-    }
-    return html;
-}
 
 /// What every answer has. An application is read by itself alone: neither a frame nor a script of
 /// another origin gets at its files. Nothing is used from a cache without asking here.
@@ -61,7 +42,7 @@ http::response<http::string_body> textAnswer(const Request& request, http::statu
     const std::string title = std::to_string(response.result_int()) + " " +
                               std::string(plain(http::obsolete_reason(status)));
     response.body() = "<!DOCTYPE html><title>" + title + "</title><h1>" + title + "</h1><p>" +
-                      escaped(why) + "</p>\n";
+                      base::escapedForMarkup(why) + "</p>\n";
     response.prepare_payload();
     return response;
 }

@@ -122,7 +122,7 @@ void prepareEnvironment(const Options& options, const std::vector<Application>& 
     }
     set(kEventsVariable, events.string());
     unsetenv(kMessagesVariable);
-    if (!options.messages.empty() || hasPanel(options)) set(kMessagesVariable, "1");
+    if (!options.common.messages.empty() || hasPanel(options)) set(kMessagesVariable, "1");
     const fs::path log = logFile(options, folder);
     if (!log.empty()) set("DLOG_FILE", log.string());
     setDefault("MESA_SHADER_CACHE_DISABLE", "true");  // nothing is kept on disk

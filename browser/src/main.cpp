@@ -173,7 +173,7 @@ int run(const browser::Options& options) {
     const bool isAlone = display || !options.scripts.empty();
     const browser::Dialogs dialogs =
         options.dialogs.value_or(isAlone ? browser::Dialogs::Dismiss : browser::Dialogs::Person);
-    browser::PluginWatch plugin(browser::eventPipe(folder), options.messages);
+    browser::PluginWatch plugin(browser::eventPipe(folder), options.common);
     browser::Runner runner(options, applications, dialogs, std::move(scripts), plugin);
     browser::PanelSetting panel;
     panel.application = applications.front().told;

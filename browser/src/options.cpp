@@ -34,12 +34,12 @@ Exit codes:
   128+N  ended by signal N
 
 Examples:
-  sso-browser web/demo
-  sso-browser web/demo --account account/examples/signed-in.json --log
+  sso-browser my-app
+  sso-browser my-app --account account/examples/signed-in.json --log
   sso-browser http://localhost:8000/ --grant partner --grant platform
-  sso-browser web/demo --run-script steps.js --screenshot end.png
-  sso-browser web/demo another/application
-  sso-browser web/demo --devtools
+  sso-browser my-app --run-script steps.js --screenshot end.png
+  sso-browser my-app another/application
+  sso-browser my-app --devtools
 
 Keys: F5 or Ctrl+R reloads, Ctrl++ Ctrl+- Ctrl+0 zoom, F12 or Ctrl+Shift+I opens and
 closes the inspector; the context menu has Inspect. F9 opens and closes the desk's panel.
@@ -139,9 +139,6 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
            },
            "How the page's console is printed; default: text")
         ->type_name("text|json");
-    app.add_option("--messages", options.messages,
-                   "Write each request to the plug-in and each answer, as JSON lines; - is stdout")
-        ->type_name("FILE|-");
     app.add_flag(
         "--panel", options.panel,
         "Show the desk's panel beside the first application: the account and switches for it, "

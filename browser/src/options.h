@@ -25,7 +25,6 @@ struct Options {
     bool strict = false;
     std::optional<Dialogs> dialogs;
     Console::Form console = Console::Form::Text;
-    std::filesystem::path messages;  ///< file for messages; "-" for standard output
     bool panel = false;
     std::filesystem::path windowPictures;  ///< folder; empty for none
     std::filesystem::path profile;         ///< folder of what pages store

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -22,11 +23,14 @@ QString plain(const std::string& text) { return QString::fromStdString(text); }
 
 }  // namespace
 
-PluginWatch::PluginWatch(std::filesystem::path pipe, const std::filesystem::path& messages)
-    : m_pipe(std::move(pipe)), m_toOutput(messages == "-"), m_journal([](const std::string&) {}) {
-    if (!messages.empty() && !m_toOutput) {
-        m_file = embedder::openOutputFile(messages, "the messages");
+PluginWatch::PluginWatch(std::filesystem::path pipe, const embedder::Options& options)
+    : m_pipe(std::move(pipe)),
+      m_toOutput(options.messages == "-"),
+      m_journal([](const std::string&) {}) {
+    if (!options.messages.empty() && !m_toOutput) {
+        m_file = embedder::openOutputFile(options.messages, "the messages");
     }
+    if (options.pseudonyms) m_pseudonyms.emplace();
     open();
 }
 
@@ -128,7 +132,14 @@ void PluginWatch::onEnd() {
                      lost.isEmpty() ? QStringLiteral("nothing was under way")
                                     : QStringLiteral("lost: ") + lost.join(QStringLiteral(", "))));
     }
-    for (const std::int32_t instance : std::exchange(m_instances, {})) m_journal.forget(instance);
+    const auto open = m_journal.unanswered();
+    for (const std::int32_t instance : std::exchange(m_instances, {})) {
+        const bool owes = std::any_of(open.begin(), open.end(), [&](const auto& request) {
+            return request.instance == instance;
+        });
+        if (owes) writeMessage(embedder::MessageJournal::goneLine(instance));
+        m_journal.forget(instance);
+    }
     m_calls.clear();
     m_ending.clear();
 }
@@ -137,7 +148,8 @@ void PluginWatch::writeMessage(const std::string& line) {
     if (m_messageWatcher) m_messageWatcher(line);
     if (m_toOutput) return printLine(plain(line));
     if (m_file == nullptr || !m_works) return;
-    m_works = std::fputs((line + "\n").c_str(), m_file) >= 0 && std::fflush(m_file) == 0;
+    const std::string written = m_pseudonyms ? m_pseudonyms->line(line) : line;
+    m_works = std::fputs((written + "\n").c_str(), m_file) >= 0 && std::fflush(m_file) == 0;
     if (!m_works) {
         complain(QStringLiteral("the messages cannot be written: ") +
                  QString::fromLocal8Bit(std::strerror(errno)));

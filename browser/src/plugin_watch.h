@@ -13,11 +13,14 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 
 #include "embedder/message_journal.h"
+#include "embedder/options.h"
+#include "embedder/pseudonyms.h"
 
 namespace browser {
 
@@ -26,10 +29,10 @@ namespace browser {
 /// are unanswered. The thread of the event loop.
 class PluginWatch {
   public:
-    /// @param pipe      a named pipe that is there.
-    /// @param messages  file for messages, as JSON lines; "-" for stdout, empty for none.
-    /// @throws embedder::InputError  when it cannot be written.
-    PluginWatch(std::filesystem::path pipe, const std::filesystem::path& messages);
+    /// @param pipe     a named pipe that is there.
+    /// @param options  say where messages are written, as JSON lines.
+    /// @throws embedder::InputError  when they cannot be.
+    PluginWatch(std::filesystem::path pipe, const embedder::Options& options);
     ~PluginWatch();
     PluginWatch(const PluginWatch&) = delete;
     PluginWatch& operator=(const PluginWatch&) = delete;
@@ -62,6 +65,7 @@ class PluginWatch {
     const std::filesystem::path m_pipe;
     std::FILE* m_file = nullptr;
     bool m_toOutput = false;
+    std::optional<embedder::Pseudonyms> m_pseudonyms;  ///< that the file has
     bool m_works = true;
     int m_descriptor = -1;
     std::unique_ptr<QSocketNotifier> m_notifier;

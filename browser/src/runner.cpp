@@ -156,6 +156,7 @@ void Runner::onTimeout() {
                  .arg(m_awaited, requests.isEmpty() ? QString()
                                                     : QStringLiteral("; answers to ") +
                                                           requests.join(QStringLiteral(", "))));
+    takeScreenshot();  // what hangs is seen there, if anywhere
     end(kExitTimeout);
 }
 

@@ -57,9 +57,16 @@ ApplicationManifest readManifest(const std::string& path) {
         throw ManifestError(path + ": no such file; the least that it holds is " + kLeast);
     }
     try {
+        return parseManifest(base::readFile(path), path);
+    } catch (const base::FileError& mistakes) {
+        throw ManifestError(mistakes.what());
+    }
+}
+
+ApplicationManifest parseManifest(std::string_view json, const std::string& name) {
+    try {
         ApplicationManifest read;
-        FileValue::readAll(path, base::readFile(path),
-                           [&](const FileValue& whole) { read = manifest(whole); });
+        FileValue::readAll(name, json, [&](const FileValue& whole) { read = manifest(whole); });
         return read;
     } catch (const base::FileError& mistakes) {
         throw ManifestError(mistakes.what());

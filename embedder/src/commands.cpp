@@ -15,8 +15,35 @@ std::vector<Command> readCommands() {
     std::vector<Command> found;
     const json protocol = json::parse(kProtocolText);
     for (const json& command : protocol.at("commands")) {
-        found.push_back(
-            {command.at("name"), command.at("path") == "blocking", command.at("privilege")});
+        const json& answer = command.at("answer");
+        found.push_back({command.at("name"), command.at("path") == "blocking",
+                         command.at("privilege"), answer.at("key"), std::nullopt});
+        if (answer.contains("holds")) {
+            found.back().holds = answer.at("holds").get<std::vector<std::string>>();
+        }
+    }
+    return found;
+}
+
+Words readWords() {
+    const json protocol = json::parse(kProtocolText);
+    Words found;
+    found.unregistered = protocol.at("unregistered");
+    found.keys = {"command", "errorName", "errorMessage"};
+    for (const json& path : protocol.at("paths")) {
+        found.keys.insert(path.at("number"));
+        for (const json& error : path.at("errors")) {
+            found.errors.insert(error.at("errorName"));
+            found.errors.insert(error.value("errorMessage", ""));
+        }
+    }
+    for (const json& command : protocol.at("commands")) {
+        found.keys.insert(command.at("answer").at("key"));
+        found.errors.insert(command.value("notStarted", ""));
+        for (const json& key : command.at("keys")) {
+            found.keys.insert(key.at("name"));
+            found.errors.insert(key.value("errorMessage", ""));
+        }
     }
     return found;
 }
@@ -61,6 +88,11 @@ const Command* findCommand(const std::string& name) {
     const auto found = std::find_if(commands().begin(), commands().end(),
                                     [&](const Command& command) { return command.name == name; });
     return found == commands().end() ? nullptr : &*found;
+}
+
+const Words& words() {
+    static base::NeverDestroyed<Words> all(readWords());
+    return *all;
 }
 
 std::string explainRefusal(const std::string& command) {

@@ -104,8 +104,15 @@ void MessageJournal::replied(Number call, const std::string& message) {
 
 void MessageJournal::forget(Instance instance) {
     const std::lock_guard lock(m_mutex);
+    const std::size_t before = m_requests.size();
     m_requests.remove_if(
         [instance](const Request& request) { return request.about.instance == instance; });
+    if (m_requests.size() < before) m_write(goneLine(instance));
+}
+
+std::string MessageJournal::goneLine(Instance instance) {
+    return R"({"time":")" + isoTime(std::chrono::system_clock::now()) + R"(","instance":)" +
+           std::to_string(instance) + R"(,"gone":true})";
 }
 
 std::vector<MessageJournal::Asked> MessageJournal::unanswered() const {

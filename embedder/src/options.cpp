@@ -52,6 +52,13 @@ CommonOptions::CommonOptions(CLI::App& app, const std::string& manifest) {
                    "Let the accounts of the account service's state of this name be on the device")
         ->type_name("NAME")
         ->excludes(account);
+    CLI::Option* messages = app.add_option(
+        "--messages", m_options.messages,
+        "Write each request to the plug-in and each answer, as JSON lines; - is stdout");
+    messages->type_name("FILE|-");
+    app.add_flag("--pseudonyms", m_options.pseudonyms,
+                 "Put pseudonyms for all that tells of a user into the file of --messages")
+        ->needs(messages);
     app.set_version_flag("--version", app.get_name() + " " SSO_VERSION,
                          "Print the version and exit");
     app.add_flag("--log", m_options.log, "Show the plug-in's log on standard error");
@@ -61,6 +68,9 @@ Options CommonOptions::read() const {
     Options options = m_options;
     for (const std::string& name : m_grants) options.grants.insert(privilegeIdentifier(name));
     if (!options.state.empty()) checkState(options.state);
+    if (options.pseudonyms && options.messages == "-") {
+        throw InputError("--pseudonyms needs a file: standard output has more than the messages");
+    }
     if (options.account.empty()) return options;
     try {
         account::readAccountFile(options.account);

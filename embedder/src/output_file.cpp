@@ -1,5 +1,7 @@
 #include "embedder/output_file.h"
 
+#include <fcntl.h>
+
 #include <string>
 
 namespace embedder {
@@ -10,7 +12,9 @@ std::FILE* openOutputFile(const std::filesystem::path& path, const char* what) {
     const bool fits = type == std::filesystem::file_type::not_found ||
                       type == std::filesystem::file_type::regular ||
                       type == std::filesystem::file_type::character;
-    std::FILE* file = fits ? std::fopen(path.c_str(), "we") : nullptr;
+    const int opened =
+        fits ? open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600) : -1;
+    std::FILE* file = opened >= 0 ? fdopen(opened, "w") : nullptr;
     if (file == nullptr) {
         throw InputError(std::string(what) + " " + path.string() + " cannot be written");
     }

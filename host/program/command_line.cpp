@@ -32,12 +32,18 @@ Output, one object per line, with time, instance, and line and command of the in
 What --messages writes can be input again, also of a run of sso-browser: its requests are sent as
 they were, and each posted one's answer is waited for. Other output as input does nothing.
 
+--replay FILE takes what --messages of either program has written to FILE, in the place of the input,
+and writes that all answers are the same, or where the first difference is: its line in FILE, what was
+recorded, and what came. Times are not compared, nor the order of answers to different commands. A
+pseudonym stands for any text, always the same.
+
 At the end of the input it waits until each post was answered by a message, but not longer than
 --linger, then unloads the module. A post without an answer is an error.
 
 Exit codes:
   0      all went well
-  1      a line had an error, the output could not be written, or the module hung or left
+  1      a line had an error, the output could not be written, or the module hung or left;
+         --replay: there is a difference
   2      wrong command line or file, or the module could not be started; nothing was sent
   3      the module broke the rules for references, told on standard error
   4      --strict: a request was refused
@@ -47,7 +53,8 @@ Examples:
   sso-host --manifest web/demo/manifest.json --log < requests.jsonl
   sso-host --grant partner --account account/examples/signed-in.json < requests.jsonl
   printf '%s\n' '{"post":{"command":"sso_plugin_getVersion"}}' '{"wait":1}' | sso-host
-  sso-host --grant partner --messages - < requests.jsonl | sso-host --grant partner)";
+  sso-host --grant partner --messages - < requests.jsonl | sso-host --grant partner
+  sso-host --replay field.jsonl --account account/examples/signed-in.json --grant partner)";
 
 std::chrono::milliseconds millisecondsOf(double seconds) {
     return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
@@ -71,7 +78,8 @@ CommandLine readCommandLine(int argc, char** argv) {
     double linger = 5;
     double moduleTimeout = 30;
     app.add_flag("--no-extension", noExtension, "Do not offer the vendor interface");
-    app.add_option("--linger", linger, "Longest wait for answers at the end of the input")
+    app.add_option("--linger", linger,
+                   "Longest wait for answers at the end of the input, and for each with --replay")
         ->type_name("SECONDS")
         ->check(&checkSeconds)
         ->capture_default_str();
@@ -80,9 +88,9 @@ CommandLine readCommandLine(int argc, char** argv) {
         ->type_name("SECONDS")
         ->check(&checkSeconds)
         ->capture_default_str();
-    app.add_option("--messages", commandLine.messages,
-                   "Write each request to the plug-in and each answer, as JSON lines; - is stdout")
-        ->type_name("FILE|-");
+    app.add_option("--replay", commandLine.replay,
+                   "Send the requests of this recording again, and compare the answers")
+        ->type_name("FILE");
     app.add_flag("--strict", commandLine.strict, "Fail when the plug-in refused a request");
     if (const auto end = embedder::parseCommandLine(app, argc, argv)) throw CommandLineEnd{*end};
 

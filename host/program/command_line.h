@@ -22,7 +22,7 @@ struct CommandLine {
     std::optional<embedder::Application> application;
     std::chrono::milliseconds linger{5000};
     std::chrono::milliseconds moduleTimeout{30000};
-    std::string messages;  ///< file for them; "-" for standard output, empty for none
+    std::string replay;  ///< path of a recording to play; empty for standard input
     bool strict = false;
 };
 

@@ -1,18 +1,26 @@
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "command_line.h"
 #include "embedder/environment.h"
 #include "embedder/output_file.h"
+#include "embedder/pseudonyms.h"
+#include "event_lines.h"
 #include "json_lines.h"
 #include "player.h"
+#include "recording.h"
+#include "replay.h"
+#include "request.h"
 
 namespace {
 
@@ -22,46 +30,79 @@ void complain(const std::string& what) {
     for (std::string line; std::getline(lines, line);) std::cerr << "sso-host: " + line + "\n";
 }
 
-/// Whether a line says nothing to do.
-bool isComment(const std::string& line) {
-    const std::size_t begin = line.find_first_not_of(" \t\r");
-    return begin == std::string::npos || line[begin] == '#' || line.compare(begin, 2, "//") == 0;
-}
-
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-/// Plays a page from the lines of standard input, until the input ends or nobody reads the output.
-int playStandardInput(const CommandLine& commandLine) {
-    JsonLines output(stdout);
-    std::unique_ptr<std::FILE, CloseFile> file;
-    std::optional<JsonLines> messageFile;
-    JsonLines* messages = nullptr;
-    if (commandLine.messages == "-") {
-        messages = &output;
-    } else if (!commandLine.messages.empty()) {
-        file.reset(embedder::openOutputFile(commandLine.messages, "the messages"));
-        messages = &messageFile.emplace(file.get());
+/// Where the messages go, if anywhere.
+class Messages {
+  public:
+    /// @param output  of the program, for those that go there, too. Not copied.
+    Messages(const embedder::Options& options, JsonLines& output) : m_name(options.messages) {
+        if (m_name == "-") {
+            m_lines = &output;
+        } else if (!m_name.empty()) {
+            m_file.reset(embedder::openOutputFile(m_name, "the messages"));
+            m_lines = &m_fileLines.emplace(m_file.get());
+        }
+        if (options.pseudonyms) m_pseudonyms.emplace();
     }
 
-    Player player(commandLine, output, messages);
+    /// Takes their lines; empty when nobody wants them.
+    std::function<void(const std::string&)> writer() {
+        if (m_lines == nullptr) return nullptr;
+        return [this](const std::string& line) {
+            m_lines->writeLine(m_pseudonyms ? m_pseudonyms->line(line) : line);
+        };
+    }
+
+    /// @return whether all were written, and says so when they were not.
+    bool works() const {
+        const bool works = !m_fileLines || m_fileLines->works();
+        if (!works) complain("the messages " + m_name + " cannot be written");
+        return works;
+    }
+
+  private:
+    const std::string m_name;
+    std::unique_ptr<std::FILE, CloseFile> m_file;
+    std::optional<JsonLines> m_fileLines;
+    JsonLines* m_lines = nullptr;
+    std::optional<embedder::Pseudonyms> m_pseudonyms;
+};
+
+/// Plays a page from the lines of standard input, until the input ends or nobody reads the output.
+void playStandardInput(Player& player, const JsonLines& output, std::chrono::milliseconds linger) {
     std::string line;
     for (std::size_t number = 1; output.works() && std::getline(std::cin, line); ++number) {
         if (!isComment(line)) player.play(number, line);
     }
-    if (output.works()) player.finish(commandLine.linger);
+    if (output.works()) player.finish(linger);
+}
+
+/// @param recording  to play in the place of standard input.
+int play(const CommandLine& commandLine, std::optional<Recording> recording) {
+    JsonLines output(stdout);
+    Messages messages(commandLine.common, output);
+    EventLines events(output);
+    std::optional<Replay> replay;
+    if (recording) replay.emplace(std::move(*recording), commandLine.linger);
+
+    Player player(commandLine, replay ? static_cast<PlayerListener&>(*replay) : events,
+                  messages.writer());
+    if (replay) {
+        output.writeLine(replay->run(player));
+    } else {
+        playStandardInput(player, output, commandLine.linger);
+    }
     const std::vector<std::string> problems = player.unload();
 
-    bool failed = player.hadErrors();
+    bool failed = replay ? !replay->isSame() : events.hadErrors();
     if (!output.works()) {
         complain("cannot write to standard output");
         failed = true;
     }
-    if (messageFile && !messageFile->works()) {
-        complain("the messages " + commandLine.messages + " cannot be written");
-        failed = true;
-    }
+    if (!messages.works()) failed = true;
     for (const std::string& problem : problems) complain(problem);
     if (!problems.empty()) return kReferenceProblems;
     if (failed) return kRunFailed;
@@ -73,9 +114,11 @@ int playStandardInput(const CommandLine& commandLine) {
 
 int runProgram(int argc, char** argv) {
     const CommandLine commandLine = readCommandLine(argc, argv);
+    std::optional<Recording> recording;
+    if (!commandLine.replay.empty()) recording = readRecording(commandLine.replay);
     const auto service = embedder::ServiceHold::get(commandLine.common);
     embedder::prepareEnvironment(commandLine.common, service);
-    return playStandardInput(commandLine);
+    return play(commandLine, std::move(recording));
 }
 
 }  // namespace

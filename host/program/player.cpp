@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 #include <optional>
+#include <utility>
 
 #include "embedder/commands.h"
 #include "host/value_json.h"
@@ -22,28 +23,17 @@ host::HostOptions optionsFor(const CommandLine& commandLine) {
     return options;
 }
 
-std::string commandOf(const Value& message) {
-    const bool hasCommand = message.isDictionary() && message.has("command");
-    return hasCommand && message["command"].isString() ? message["command"].asString() : "";
-}
-
 bool isRefusal(const Value& answer, const char* key) {
     return answer.isDictionary() && answer.has(key) && answer[key] == Value(embedder::kRefused);
 }
 
-Value numberValue(std::size_t number) {
-    if (number <= 0x7fffffff) return static_cast<std::int32_t>(number);
-    return static_cast<double>(number);
-}
-
 }  // namespace
 
-Player::Player(const CommandLine& commandLine, JsonLines& output, JsonLines* messages)
-    : m_output(output),
+Player::Player(const CommandLine& commandLine, PlayerListener& listener,
+               std::function<void(const std::string&)> messages)
+    : m_listener(listener),
       m_writesMessages(messages != nullptr),
-      m_journal([messages](const std::string& line) {
-          if (messages != nullptr) messages->writeLine(line);
-      }),
+      m_journal(messages != nullptr ? std::move(messages) : [](const std::string&) {}),
       m_watch(commandLine.common.module, commandLine.moduleTimeout),
       m_session([&] {
           const ModuleWatch::Step step(m_watch, "start");
@@ -54,11 +44,19 @@ Player::Player(const CommandLine& commandLine, JsonLines& output, JsonLines* mes
 }
 
 void Player::play(std::size_t number, const std::string& line) {
+    try {
+        play(number, parseRequest(line));
+    } catch (const host::RequestError& error) {
+        m_listener.onError({number, ""}, error.what());
+    }
+}
+
+void Player::play(std::size_t number, const Request& request) {
     m_current = {number, ""};
     try {
-        handle(parseRequest(line));
+        handle(request);
     } catch (const host::RequestError& error) {
-        tellError(m_current, error.what());
+        m_listener.onError(m_current, error.what());
     }
 }
 
@@ -76,9 +74,10 @@ void Player::handle(const Request& request) {
             return;
         }
         case Request::Verb::Destroy: {
+            const std::int32_t instance = instanceFor(request);
             const ModuleWatch::Step step(m_watch, "remove an instance");
-            m_session.destroy(*request.instance);
-            return m_journal.forget(*request.instance);
+            m_session.destroy(instance);
+            return m_journal.forget(instance);
         }
         case Request::Verb::Unregister: {
             const ModuleWatch::Step step(m_watch, "let its message handler go");
@@ -87,6 +86,7 @@ void Player::handle(const Request& request) {
         case Request::Verb::Wait:
             return m_session.wait(request.count, request.timeout);
         case Request::Verb::Nothing:
+            if (request.recordedInstance) instanceFor(request);
             return;
     }
 }
@@ -129,38 +129,24 @@ void Player::onEvent(const host::Event& event) {
     const bool isReply = event.name == "reply";
     const Origin origin = isMessage ? answeredBy(event) : m_current;
     if (isReply) m_journal.replied(m_call, shown(event.value));
-    Fields fields = {{"time", embedder::isoTime(event.time)}, {"instance", event.instance}};
-    if (origin.line != 0) fields.emplace_back("line", numberValue(origin.line));
-    if ((isMessage || isReply) && !origin.command.empty()) {
-        fields.emplace_back("command", origin.command);
-    }
-    fields.emplace_back(event.name, event.value);
-    m_output.write(fields);
+    m_listener.onEvent(event, origin);
     const bool isRefused = (isMessage && isRefusal(event.value, "status")) ||
                            (isReply && isRefusal(event.value, "code"));
     if (isRefused) tellRefusal(origin.command);
 }
 
-Player::Origin Player::answeredBy(const host::Event& message) {
+Origin Player::answeredBy(const host::Event& message) {
     const std::lock_guard lock(m_mutex);
     const auto asked =
         m_journal.answered(message.instance, shown(message.value), commandOf(message.value));
     if (!asked) return {};
-    const auto line = m_lines.extract(asked->number);
-    return {line.empty() ? 0 : line.mapped(), asked->command};
+    return {m_lines.extract(asked->number).mapped(), asked->command};
 }
 
 void Player::tellRefusal(const std::string& command) {
     ++m_refusals;
     if (!m_toldRefusals.insert(command).second) return;
     std::cerr << "sso-host: " + embedder::explainRefusal(command) + "\n";
-}
-
-void Player::tellError(const Origin& origin, const std::string& reason) {
-    m_hadErrors = true;
-    Value::Dictionary error = {{"line", numberValue(origin.line)}, {"reason", reason}};
-    if (!origin.command.empty()) error["command"] = origin.command;
-    m_output.write({{"error", error}});
 }
 
 std::vector<MessageJournal::Asked> Player::unanswered() const {
@@ -172,12 +158,16 @@ std::vector<MessageJournal::Asked> Player::unanswered() const {
     return posts;
 }
 
+void Player::waitUntil(const std::function<bool()>& isSo, std::chrono::milliseconds timeout) {
+    m_session.waitUntil(isSo, timeout);
+}
+
 void Player::finish(std::chrono::milliseconds linger) {
     m_session.waitUntil([this] { return unanswered().empty(); }, linger);
     const std::lock_guard lock(m_mutex);
     for (const auto& request : unanswered()) {
-        tellError({m_lines.at(request.number), request.command},
-                  "the post has no answer at the end of the run");
+        m_listener.onError({m_lines.at(request.number), request.command},
+                           "the post has no answer at the end of the run");
     }
 }
 

@@ -1,33 +1,65 @@
 #ifndef HOST_PROGRAM_PLAYER_H_
 #define HOST_PROGRAM_PLAYER_H_
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "command_line.h"
 #include "embedder/message_journal.h"
 #include "host/session.h"
-#include "json_lines.h"
 #include "module_watch.h"
 #include "request.h"
 
-/// Plays the page, line by line. One thread, but for what comes from the module.
-class Player {
+/// Where a request comes from, and what it asks for.
+struct Origin {
+    std::size_t line = 0;  ///< 0 for none
+    std::string command;   ///< empty for none
+};
+
+/// Whoever wants to know what comes of the requests. One call at a time, on any thread; it must not call the
+/// player.
+class PlayerListener {
+  public:
+    virtual ~PlayerListener() = default;
+    virtual void onEvent(const host::Event& event, const Origin& origin) = 0;
+    /// A request was not done, or has no answer.
+    virtual void onError(const Origin& origin, const std::string& reason) = 0;
+};
+
+/// Whoever plays the page for a recording.
+class RequestPlayer {
+  public:
+    virtual ~RequestPlayer() = default;
+    virtual void play(std::size_t number, const Request& request) = 0;
+    /// Waits until something is so, which is asked when a message has been told, but not longer than
+    /// the timeout. It must not call the player.
+    virtual void waitUntil(const std::function<bool()>& isSo,
+                           std::chrono::milliseconds timeout) = 0;
+};
+
+/// Plays the page, request by request. One thread, but for what comes from the module.
+class Player : public RequestPlayer {
   public:
     /// Loads the module and embeds instance 1.
     ///
-    /// @param output, messages  where events and, if wanted, the messages go. Not copied.
+    /// @param listener  told of all that happens. Not copied.
+    /// @param messages  takes the lines of the messages; empty when they are not wanted.
     /// @throws host::LoadError, host::EmbedError
-    Player(const CommandLine& commandLine, JsonLines& output, JsonLines* messages);
+    Player(const CommandLine& commandLine, PlayerListener& listener,
+           std::function<void(const std::string&)> messages);
 
     /// Does what a line asks for.
     void play(std::size_t number, const std::string& line);
+    void play(std::size_t number, const Request& request) override;
+
+    void waitUntil(const std::function<bool()>& isSo, std::chrono::milliseconds timeout) override;
 
     /// Waits for answers to posts, and tells of those that have none.
     void finish(std::chrono::milliseconds linger);
@@ -35,18 +67,10 @@ class Player {
     /// Unloads the module. @return what it did wrong with references.
     std::vector<std::string> unload();
 
-    bool hadErrors() const { return m_hadErrors; }
     /// How many requests the plug-in refused for lack of a privilege; after unload().
     std::size_t refusals() const { return m_refusals; }
 
   private:
-    /// The line that a request came from, and what it asked for.
-    struct Origin {
-        std::size_t line = 0;
-        std::string command;  ///< empty for none
-    };
-    using Fields = JsonLines::Fields;
-
     void handle(const Request& request);
     void post(std::int32_t instance, const host::Value& value);
     void call(std::int32_t instance, const host::Value& value, std::chrono::milliseconds timeout);
@@ -57,16 +81,14 @@ class Player {
     /// The request that a message answers. @return line 0 for none.
     Origin answeredBy(const host::Event& message);
     void tellRefusal(const std::string& command);
-    void tellError(const Origin& origin, const std::string& reason);
     std::vector<embedder::MessageJournal::Asked> unanswered() const;
 
-    JsonLines& m_output;
+    PlayerListener& m_listener;
     const bool m_writesMessages;
     embedder::MessageJournal m_journal;
     Origin m_current;
     embedder::MessageJournal::Number m_call = 0;  ///< that is under way
     std::map<std::int32_t, std::int32_t> m_recorded;
-    bool m_hadErrors = false;
 
     std::mutex m_mutex;  // guards the posts' lines, which answers may look for on other threads
     std::map<embedder::MessageJournal::Number, std::size_t> m_lines;

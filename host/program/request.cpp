@@ -71,7 +71,9 @@ host::Attributes attributesOf(const Value& value) {
     if (value == Value(true)) return attributes;
     if (!value.isDictionary()) throw RequestError("\"embed\" must be true or an object of texts");
     for (const auto& [name, text] : value.asDictionary()) {
-        if (!text.isString()) throw RequestError("attribute \"" + name + "\" must be a text");
+        if (!text.isString()) {
+            throw RequestError("attribute " + host::writeJson(name) + " must be a text");
+        }
         attributes.emplace_back(name, text.asString());
     }
     return attributes;
@@ -98,38 +100,43 @@ std::optional<embedder::Application> applicationIn(const Value& line) {
     }
 }
 
-/// A line of a record: of --messages, or of this program's output. Nothing for any other.
-std::optional<Request> parseRecord(const Value& object) {
+/// What a line of --messages, or of this program's output, asks for as input. Nothing for any other.
+std::optional<Request> requestOfOutput(const Value& object) {
     for (const Row& row : kVerbs) {
         if (object.has(row.name)) return std::nullopt;
     }
+    const std::optional<Record> record = readRecord(object);
+    if (record && record->isRequest) return requestOf(*record);
     Request request;
-    const bool isAsync = object.has("path") && object["path"] == Value("async");
-    const bool isBlocking = object.has("path") && object["path"] == Value("blocking");
-    if (object.has("request") && (isAsync || isBlocking)) {
-        if (!object.has("instance") || !object["instance"].isInt32()) {
-            throw RequestError("\"instance\" of a record must be a whole number");
-        }
-        request.verb = isAsync ? Verb::Post : Verb::Call;
-        request.value = object["request"];
-        request.recordedInstance = object["instance"].asInt32();
-        return request;
-    }
-    if (object.has("answer") && isAsync) {
+    if (record && !record->isBlocking && !record->isGone) {
         request.verb = Verb::Wait;
         request.count = 1;
         return request;
     }
-    for (const char* event :
-         {"answer", "reply", "message", "embedded", "destroyed", "unregistered", "error"}) {
-        if (!object.has(event)) continue;
-        request.verb = Verb::Nothing;
-        return request;
-    }
-    return std::nullopt;
+    if (!record && !isEvent(object)) return std::nullopt;
+    request.verb = Verb::Nothing;
+    return request;
 }
 
 }  // namespace
+
+bool isComment(const std::string& line) {
+    const std::size_t begin = line.find_first_not_of(" \t\r");
+    return begin == std::string::npos || line[begin] == '#' || line.compare(begin, 2, "//") == 0;
+}
+
+std::string commandOf(const Value& message) {
+    const Value& command = message["command"];
+    return command.isString() ? command.asString() : "";
+}
+
+Request requestOf(const Record& record) {
+    Request request;
+    request.verb = record.isBlocking ? Verb::Call : Verb::Post;
+    request.value = record.value;
+    request.recordedInstance = record.instance;
+    return request;
+}
 
 Request parseRequest(const std::string& line) {
     Value object;
@@ -139,7 +146,7 @@ Request parseRequest(const std::string& line) {
         throw RequestError(error.what());
     }
     if (!object.isDictionary()) throw RequestError("not a JSON object");
-    if (const auto record = parseRecord(object)) return *record;
+    if (const auto known = requestOfOutput(object)) return *known;
 
     const Row& row = verbOf(object);
     Request request;
@@ -151,7 +158,8 @@ Request parseRequest(const std::string& line) {
             request.timeout = timeoutOf(value);
         } else if (key != row.name &&
                    !(row.takesApplication && (key == "grant" || key == "manifest"))) {
-            throw RequestError("unknown key \"" + key + "\" beside \"" + row.name + "\"");
+            throw RequestError("unknown key " + host::writeJson(key) + " beside \"" + row.name +
+                               "\"");
         }
     }
 

@@ -9,6 +9,7 @@
 #include "embedder/vendor_table.h"
 #include "host/options.h"
 #include "host/value.h"
+#include "record.h"
 
 /// One input line.
 struct Request {
@@ -20,11 +21,20 @@ struct Request {
     std::optional<embedder::Application> application;
     std::size_t count = 0;                 ///< wait
     std::optional<std::int32_t> instance;  ///< always with destroy and unregister
-    /// post, call: the number that the instance had in the run of which this is a record. That run's
-    /// instances become instances of this one.
+    /// The number that the instance had in the run of which this is a record. That run's instances become
+    /// instances of this one.
     std::optional<std::int32_t> recordedInstance;
     std::chrono::milliseconds timeout{30000};
 };
+
+/// Whether a line says nothing to do.
+bool isComment(const std::string& line);
+
+/// The text under "command"; empty when there is none.
+std::string commandOf(const host::Value& message);
+
+/// What sends a recorded request again.
+Request requestOf(const Record& record);
 
 /// @throws host::RequestError  for a line that makes no sense.
 Request parseRequest(const std::string& line);

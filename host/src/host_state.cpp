@@ -53,7 +53,8 @@ void HostState::called(const std::string& what) const {
 }
 
 const void* HostState::getInterface(const char* name) const {
-    called(std::string("GetInterface ") + name);
+    called(std::string("GetInterface ") + (name != nullptr ? name : "(null)"));
+    if (name == nullptr) return nullptr;
     const auto it = m_options.interfaces.find(name);
     return it != m_options.interfaces.end() ? it->second : browserInterface(name);
 }

@@ -53,12 +53,10 @@ void ModuleLibrary::open(const HostOptions& options) {
 void ModuleLibrary::initialize(PPB_GetInterface getInterface) {
     const std::int32_t result = m_entry.initializeModule(kModule, getInterface);
     if (result != PP_OK) fail("PPP_InitializeModule returned " + std::to_string(result));
-    m_initialized = true;
 }
 
 void ModuleLibrary::shutdown() {
-    if (m_initialized && m_entry.shutdownModule != nullptr) m_entry.shutdownModule();
-    m_initialized = false;
+    if (m_entry.shutdownModule != nullptr) m_entry.shutdownModule();
 }
 
 const PPP_Instance_1_1* ModuleLibrary::instanceInterface() {
@@ -75,6 +73,7 @@ const PPP_Messaging_1_0* ModuleLibrary::messagingInterface() {
         m_askedForMessaging = true;
         m_messaging = static_cast<const PPP_Messaging_1_0*>(
             m_entry.getInterface(PPP_MESSAGING_INTERFACE_1_0));
+        if (m_messaging != nullptr && m_messaging->HandleMessage == nullptr) m_messaging = nullptr;
     }
     return m_messaging;
 }

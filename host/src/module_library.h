@@ -42,7 +42,6 @@ class ModuleLibrary {
     std::string m_name;
     void* m_handle = nullptr;
     EntryPoints m_entry;
-    bool m_initialized = false;
     const PPP_Instance_1_1* m_instance = nullptr;
     const PPP_Messaging_1_0* m_messaging = nullptr;
     bool m_askedForMessaging = false;

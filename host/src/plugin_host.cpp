@@ -136,6 +136,14 @@ PP_Instance PluginHost::Impl::create(const Attributes& attributes,
                                      const std::function<void(PP_Instance)>& beforeCreate) {
     const PPP_Instance_1_1* table = m_module.instanceInterface();
     if (table == nullptr) throw EmbedError("the module has no " PPP_INSTANCE_INTERFACE_1_1);
+    for (const auto& [isThere, function] :
+         {std::pair(table->DidCreate != nullptr, "DidCreate"),
+          std::pair(table->DidDestroy != nullptr, "DidDestroy")}) {
+        if (!isThere) {
+            throw EmbedError(std::string("the module's " PPP_INSTANCE_INTERFACE_1_1 " has no ") +
+                             function);
+        }
+    }
 
     std::vector<const char*> names;
     std::vector<const char*> values;

@@ -126,9 +126,19 @@ class Printer {
 ValueDepthError::ValueDepthError()
     : std::length_error("nested deeper than " + std::to_string(kMaxValueDepth) + " levels") {}
 
+ValueSizeError::ValueSizeError(std::size_t size)
+    : std::length_error(std::to_string(size) +
+                        " bytes, and a message's text or buffer has at most " +
+                        std::to_string(kMaxValueBytes)) {}
+
 std::size_t Value::depthAround(std::size_t inner) {
     if (inner >= kMaxValueDepth) throw ValueDepthError();
     return inner + 1;
+}
+
+Value::Value(std::string text) {
+    if (text.size() > kMaxValueBytes) throw ValueSizeError(text.size());
+    m_data = std::move(text);
 }
 
 Value::Value(Array elements) {
@@ -143,7 +153,10 @@ Value::Value(Dictionary members) {
     m_data = std::make_shared<const Dictionary>(std::move(members));
 }
 
-Value::Value(Buffer bytes) : m_data(std::make_shared<const Buffer>(std::move(bytes))) {}
+Value::Value(Buffer bytes) {
+    if (bytes.size() > kMaxValueBytes) throw ValueSizeError(bytes.size());
+    m_data = std::make_shared<const Buffer>(std::move(bytes));
+}
 
 bool Value::asBool() const { return contentOf<bool>(m_data, Type::Bool, type()); }
 

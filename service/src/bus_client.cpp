@@ -62,6 +62,12 @@ BusClient::~BusClient() {
     close(m_wake);
 }
 
+void BusClient::closeInChild() {
+    for (const int file : {m_wake, m_socket.load()}) {
+        if (file >= 0) close(file);
+    }
+}
+
 void BusClient::call(const bus::Method& method, const std::string& path, Write write,
                      std::optional<std::chrono::milliseconds> bound, Read read) {
     const std::lock_guard lock(m_mutex);
@@ -141,6 +147,7 @@ bool BusClient::connect() {
         disconnect();
         return false;
     }
+    m_socket = sd_bus_get_fd(m_bus);
     m_nextPing = Clock::now() + kPingInterval;
     return true;
 }
@@ -148,6 +155,7 @@ bool BusClient::connect() {
 void BusClient::disconnect() {
     m_ping = sd_bus_slot_unref(m_ping);
     failAll();
+    m_socket = -1;
     sd_bus_close(m_bus);
     m_bus = sd_bus_unref(m_bus);
 }

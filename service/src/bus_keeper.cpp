@@ -14,6 +14,7 @@
 #include <string>
 #include <system_error>
 
+#include "base/markup.h"
 #include "loop.h"
 #include "service/bus_address.h"
 #include "service/bus_client.h"
@@ -50,20 +51,6 @@ constexpr const char* kConfiguration = R"(<!DOCTYPE busconfig PUBLIC
 </busconfig>
 )";
 
-std::string escapedForXml(const std::string& text) {
-    std::string xml;
-    for (const char letter : text) {
-        if (letter == '&') {
-            xml += "&amp;";
-        } else if (letter == '<') {
-            xml += "&lt;";
-        } else {
-            xml += letter;
-        }
-    }
-    return xml;
-}
-
 void writeFile(const fs::path& path, const std::string& text) {
     std::ofstream file(path, std::ios::trunc);
     file << text;
@@ -80,8 +67,8 @@ void configure(const fs::path& folder, const fs::path& ssod) {
                   "\" --idle=0\n");
     std::string configuration(1 << 14, '\0');
     const int size = std::snprintf(configuration.data(), configuration.size(), kConfiguration,
-                                   escapedForXml(privateBusAddress(folder)).c_str(),
-                                   escapedForXml(services.string()).c_str());
+                                   base::escapedForMarkup(privateBusAddress(folder)).c_str(),
+                                   base::escapedForMarkup(services.string()).c_str());
     configuration.resize(static_cast<std::size_t>(size));
     writeFile(folder / "bus.conf", configuration);
 }

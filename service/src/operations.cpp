@@ -1,34 +1,35 @@
 #include "operations.h"
 
+#include <nlohmann/json.hpp>
+
 #include "account/operation_names.h"
+#include "protocol_text.h"
 #include "verb_tree.h"
 
 namespace service {
 
 using account::Operation;
 
+namespace {
+
+std::vector<CommandOperations> readOperations() {
+    std::vector<CommandOperations> all;
+    const auto protocol = nlohmann::json::parse(kProtocolText);
+    for (const auto& command : protocol.at("commands")) {
+        CommandOperations& row = all.emplace_back();
+        row.command = command.at("name");
+        row.shortName = command.at("method");
+        for (const std::string name : command.at("asks")) {
+            row.operations.push_back(account::operationNamed(name).value());
+        }
+    }
+    return all;
+}
+
+}  // namespace
+
 const std::vector<CommandOperations>& commandOperations() {
-    static const std::vector<CommandOperations> all = {
-        {"sso_plugin_show_login_page", "showLoginPage", {Operation::ShowLogin}},
-        {"sso_plugin_createAccount", "createAccount", {Operation::ShowLogin}},
-        {"sso_plugin_getZEVAccessToken", "getAccessToken", {Operation::RequestAccessToken}},
-        {"sso_plugin_showTermsPage", "showTermsPage", {Operation::ShowTerms}},
-        {"sso_plugin_getPartnerAccountMappingList",
-         "listPartnerAccounts",
-         {Operation::ListMappings}},
-        {"sso_plugin_addPartnerAccountMappingInfo", "addPartnerAccount", {Operation::AddMapping}},
-        {"sso_plugin_removePartnerAccountMappingInfo",
-         "removePartnerAccount",
-         {Operation::RemoveMapping}},
-        {"sso_plugin_getVersion", "getVersion", {}},
-        {"sso_plugin_getSSOState",
-         "getSSOState",
-         {Operation::GetLoginInfo, Operation::GetAuthToken, Operation::GetGuid}},
-        {"sso_plugin_getGuid", "getGuid", {Operation::GetGuid}},
-        {"sso_plugin_getLoginStatus", "getLoginStatus", {Operation::GetLoginState}},
-        {"sso_plugin_getLoginUid", "getLoginUid", {Operation::GetLoginInfo}},
-        {"sso_plugin_getTermsAgreementState", "getTermsAgreement", {Operation::GetTermState}},
-    };
+    static const std::vector<CommandOperations> all = readOperations();
     return all;
 }
 
@@ -50,7 +51,7 @@ std::vector<Operation> operationsFrom(const std::string& word) {
     }
     std::string known;
     for (const CommandOperations& one : commandOperations()) {
-        if (!one.operations.empty()) known += std::string(one.shortName) + ", ";
+        if (!one.operations.empty()) known += one.shortName + ", ";
     }
     throw Refused("no such operation; there are " + known + "all, and the functions of sso_api.h");
 }

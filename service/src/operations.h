@@ -10,8 +10,8 @@ namespace service {
 
 /// A command of the plug-in, and what it asks of the account service.
 struct CommandOperations {
-    const char* command;                         ///< as the protocol names it
-    const char* shortName;                       ///< for people
+    std::string command;                         ///< as the protocol names it
+    std::string shortName;                       ///< for people: the typed client's method
     std::vector<account::Operation> operations;  ///< none: it asks for nothing
 };
 

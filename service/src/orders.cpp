@@ -1,5 +1,7 @@
 #include "orders.h"
 
+#include <cstdint>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "account/operation_names.h"
@@ -9,6 +11,22 @@ namespace service {
 
 using account::Operation;
 
+namespace {
+
+/// @return nothing for what is no whole number, or beyond the bounds.
+std::optional<std::int64_t> numberIn(const nlohmann::json& object, const char* name,
+                                     std::int64_t least, std::int64_t most) {
+    const auto found = object.find(name);
+    if (found == object.end() || !found->is_number_integer()) return std::nullopt;
+    // One that is larger than any number with a sign.
+    const bool isHuge = found->is_number_unsigned() && found->get<std::int64_t>() < 0;
+    const auto number = found->get<std::int64_t>();
+    if (isHuge || number < least || number > most) return std::nullopt;
+    return number;
+}
+
+}  // namespace
+
 Orders Orders::parse(const std::string& text) {
     Orders orders;
     const nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
@@ -17,12 +35,14 @@ Orders Orders::parse(const std::string& text) {
         const auto operation = account::operationNamed(name);
         if (!operation || !value.is_object()) continue;
         Order& order = orders.m_orders[*operation];
-        if (value.contains("failure")) {
-            order.failure = value.value("failure", SSO_ERROR_UNAVAILABLE);
+        using Int = std::numeric_limits<int>;
+        if (const auto failure = numberIn(value, "failure", Int::min(), Int::max())) {
+            order.failure = static_cast<int>(*failure);
         }
-        order.times = value.value("times", 0);
-        order.delay = std::chrono::milliseconds(value.value("delayMs", 0));
-        order.hangs = value.value("hangs", false);
+        order.times = static_cast<int>(numberIn(value, "times", 0, Int::max()).value_or(0));
+        order.delay = std::chrono::milliseconds(
+            numberIn(value, "delayMs", 0, kLongestDelay.count()).value_or(0));
+        order.hangs = value.contains("hangs") && value["hangs"] == true;
     }
     return orders;
 }

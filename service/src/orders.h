@@ -10,6 +10,9 @@
 
 namespace service {
 
+/// The longest that an operation can be ordered to take: a hundred years, as the clock can be advanced.
+constexpr std::chrono::milliseconds kLongestDelay = std::chrono::hours(36600 * 24);
+
 /// What somebody has ordered for the operations that come: to fail, to take longer, never to be answered.
 class Orders {
   public:

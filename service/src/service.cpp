@@ -27,6 +27,14 @@ void require(int result, const char* what) {
     }
 }
 
+/// The folder is there for its user alone. Not when the service starts: whoever asks for a state is told what is wrong.
+void makePrivateFolder(const fs::path& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (!error) fs::permissions(folder, fs::perms::owner_all, error);
+    if (error) throw StoreError(folder.string() + ": " + error.message());
+}
+
 int findObject(sd_bus* /*bus*/, const char* path, const char* /*interface*/, void* user,
                void** found, sd_bus_error* error) {
     *found = static_cast<Service*>(user)->find(path, error);
@@ -42,8 +50,6 @@ Exported::Exported(Service& owner, const std::string& name, const fs::path& file
 Service::Service(Loop& loop, const std::string& address, fs::path folder,
                  std::chrono::milliseconds idle)
     : m_loop(loop), m_folder(std::move(folder)), m_idle(idle) {
-    fs::create_directories(m_folder);
-    fs::permissions(m_folder, fs::perms::owner_all);
     connect(address);
     exportInterfaces();
     const int owned = sd_bus_request_name(m_bus.get(), kBusName, 0);
@@ -86,6 +92,7 @@ Exported& Service::exported(const std::string& name) {
     auto& state = m_states[name];
     if (!state) {
         try {
+            makePrivateFolder(m_folder);
             state = std::make_unique<Exported>(*this, name, m_folder / (name + kExtension));
         } catch (...) {
             m_states.erase(name);

@@ -30,7 +30,7 @@ struct Exported {
 /// The account service on a bus: its states, its callers and its agents.
 class Service : public World, public States {
   public:
-    /// @param folder  of the states' files; is made when it is not there.
+    /// @param folder  of the states' files; is made with the first.
     /// @param idle    after which without a caller it ends; 0: never.
     /// @throws std::runtime_error  when there is no such bus, or another service on it.
     Service(Loop& loop, const std::string& address, std::filesystem::path folder,

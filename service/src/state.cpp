@@ -1,6 +1,7 @@
 #include "state.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <utility>
 #include <vector>
@@ -29,7 +30,13 @@ constexpr std::size_t kShortestPassword = 8;    // characters
 constexpr std::size_t kLongestPassword = 1024;  // bytes
 
 milliseconds readOffset(const std::string& text) {
-    return milliseconds(text.empty() ? 0 : std::stoll(text));
+    std::int64_t offset = 0;
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, offset);
+    const bool isClock =
+        read.ec == std::errc() && read.ptr == end && offset >= 0 && offset <= kLatestClock.count();
+    if (!text.empty() && !isClock) throw StoreError("its clock is none: somebody has changed it");
+    return milliseconds(offset);
 }
 
 std::string field(const std::map<std::string, std::string>& fields, const char* name) {
@@ -328,7 +335,8 @@ std::optional<FormErrors> State::submit(std::uint64_t id, const std::string& act
         const std::string loginId = field(fields, "loginId");
         if (loginId.empty()) return FormErrors{{"loginId", "Enter your sign-in name."}};
         const account::Profile* profile = m_account.find(loginId);
-        // Which of the two is wrong is nobody's business.
+        // Which of the two is wrong is nobody's business. A try takes 60 ms of the only thread, for which calls of other
+        // states wait, too: once for each window, whose form waits for its answer. Queries have seconds.
         if (!isPassword(profile != nullptr ? profile->password : "", field(fields, "password"))) {
             return FormErrors{{"password", "The sign-in name or the password is wrong."}};
         }

@@ -20,6 +20,9 @@ namespace service {
 
 using Json = nlohmann::ordered_json;
 
+/// How much later than this machine's a state's clock may be: a hundred years.
+constexpr std::chrono::milliseconds kLatestClock = kLongestDelay;
+
 /// What a state needs of the world, so that it can be tested without a bus.
 class World {
   public:

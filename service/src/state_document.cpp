@@ -21,6 +21,9 @@ StateDocument parseState(const std::string& text, const std::string& name) {
                 throw Refused(name + ": orders has a member that is no function of sso_api.h");
             }
         } else if (member == "clockAdvancedMs" && value.is_number_unsigned()) {
+            if (value.get<std::uint64_t>() > static_cast<std::uint64_t>(kLatestClock.count())) {
+                throw Refused(name + ": clockAdvancedMs is more than a hundred years");
+            }
             document.clock = std::chrono::milliseconds(value.get<std::int64_t>());
         } else if (member != "about") {
             throw Refused(std::string(name).append(": ").append(member).append(

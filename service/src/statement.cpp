@@ -68,8 +68,18 @@ bool Statement::isNull(int column) const {
     return sqlite3_column_type(m_statement.get(), column) == SQLITE_NULL;
 }
 
-Transaction::Transaction(sqlite3* database) : m_database(database) {
-    Statement(database, "BEGIN IMMEDIATE").run();
+void execute(sqlite3* database, const std::string& sql) {
+    check(database, sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr));
+}
+
+std::int64_t numberOf(sqlite3* database, const char* sql) {
+    Statement statement(database, sql);
+    statement.step();
+    return statement.number(0);
+}
+
+Transaction::Transaction(sqlite3* database, Kind kind) : m_database(database) {
+    Statement(database, kind == Kind::Read ? "BEGIN" : "BEGIN IMMEDIATE").run();
 }
 
 Transaction::~Transaction() {

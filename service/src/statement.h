@@ -42,10 +42,18 @@ class Statement {
     int m_next = 1;
 };
 
+/// Runs statements without values. Throws StoreError.
+void execute(sqlite3* database, const std::string& sql);
+/// The number that is a statement's answer. Throws StoreError.
+std::int64_t numberOf(sqlite3* database, const char* sql);
+
 /// Everything until commit(), or nothing. Throws StoreError.
 class Transaction {
   public:
-    explicit Transaction(sqlite3* database);
+    /// A read is of one moment of the database, whoever writes; it needs no right to write.
+    enum class Kind { Read, Write };
+
+    explicit Transaction(sqlite3* database, Kind kind = Kind::Write);
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;

@@ -5,63 +5,15 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <iterator>
 #include <system_error>
 
+#include "migration.h"
 #include "statement.h"
 
 namespace service {
 namespace {
 
 constexpr int kBusyMs = 5000;
-
-// How to get from each version to the next; the first makes a new file. Only ever add one.
-constexpr const char* kMigrations[] = {
-    R"(
-    CREATE TABLE setting (name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
-    CREATE TABLE account (
-        position INTEGER PRIMARY KEY,
-        login_id TEXT NOT NULL UNIQUE, uid TEXT NOT NULL, guid TEXT NOT NULL, auth_token TEXT NOT NULL,
-        display_name TEXT NOT NULL, password TEXT NOT NULL);
-    CREATE TABLE session (
-        one INTEGER PRIMARY KEY CHECK (one = 1),
-        login_id TEXT NOT NULL REFERENCES account (login_id) ON DELETE CASCADE);
-    CREATE TABLE client (
-        id TEXT PRIMARY KEY, secret TEXT NOT NULL, token TEXT NOT NULL, lifetime INTEGER) WITHOUT ROWID;
-    CREATE TABLE token (
-        login_id TEXT NOT NULL REFERENCES account (login_id) ON DELETE CASCADE,
-        client TEXT NOT NULL REFERENCES client (id) ON DELETE CASCADE,
-        text TEXT NOT NULL, number INTEGER NOT NULL, expiry INTEGER,
-        PRIMARY KEY (login_id, client)) WITHOUT ROWID;
-    CREATE TABLE terms (
-        id TEXT PRIMARY KEY, version TEXT NOT NULL, title TEXT NOT NULL, text TEXT NOT NULL) WITHOUT ROWID;
-    CREATE TABLE agreement (
-        login_id TEXT NOT NULL REFERENCES account (login_id) ON DELETE CASCADE,
-        terms TEXT NOT NULL, version TEXT NOT NULL,
-        PRIMARY KEY (login_id, terms)) WITHOUT ROWID;
-    CREATE TABLE mapping (
-        age INTEGER PRIMARY KEY AUTOINCREMENT,
-        login_id TEXT NOT NULL REFERENCES account (login_id) ON DELETE CASCADE,
-        app_id TEXT NOT NULL, cp_name TEXT NOT NULL, cp_uid TEXT NOT NULL,
-        UNIQUE (login_id, app_id, cp_name, cp_uid));
-    )",
-};
-constexpr std::int64_t kVersion = std::size(kMigrations);
-
-// What somebody has done with the file that is not a store's ("SSO1").
-constexpr std::int64_t kApplicationId = 0x53534f31;
-
-void execute(sqlite3* database, const char* sql) {
-    if (sqlite3_exec(database, sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
-        throw StoreError(sqlite3_errmsg(database));
-    }
-}
-
-std::int64_t numberOf(sqlite3* database, const char* sql) {
-    Statement statement(database, sql);
-    statement.step();
-    return statement.number(0);
-}
 
 /// The file is there for its user alone before anything is in it.
 void makePrivate(const std::filesystem::path& file) {
@@ -71,25 +23,6 @@ void makePrivate(const std::filesystem::path& file) {
     }
     fchmod(made, 0600);
     close(made);
-}
-
-void migrate(sqlite3* database) {
-    Transaction transaction(database);
-    const std::int64_t version = numberOf(database, "PRAGMA user_version");
-    const std::int64_t application = numberOf(database, "PRAGMA application_id");
-    if (version > kVersion) {
-        throw StoreError("is of version " + std::to_string(version) +
-                         " and this program knows versions up to " + std::to_string(kVersion) +
-                         "; use the newer program, or another state");
-    }
-    if (version != 0 && application != kApplicationId) {
-        throw StoreError("is a database of another program");
-    }
-    if (version == kVersion) return;
-    for (std::int64_t i = version; i < kVersion; ++i) execute(database, kMigrations[i]);
-    execute(database, ("PRAGMA user_version = " + std::to_string(kVersion)).c_str());
-    execute(database, ("PRAGMA application_id = " + std::to_string(kApplicationId)).c_str());
-    transaction.commit();
 }
 
 void insertMapping(sqlite3* database, const std::string& loginId, const account::Mapping& mapping) {
@@ -177,11 +110,12 @@ Store::Store(const std::filesystem::path& file) {
     try {
         if (opened != SQLITE_OK) throw StoreError(sqlite3_errmsg(database));
         sqlite3_busy_timeout(database, kBusyMs);
+        execute(database, "PRAGMA trusted_schema = OFF");
+        versionOf(database, storeMigrations());  // before anything is written
         // A change that was acknowledged is there after the machine's end, too.
         execute(database,
-                "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON;"
-                "PRAGMA trusted_schema = OFF");
-        migrate(database);
+                "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
+        migrate(database, storeMigrations());
         Statement check(database, "PRAGMA quick_check(1)");
         if (check.step() && check.text(0) != "ok") throw StoreError("is damaged: " + check.text(0));
     } catch (const StoreError& error) {
@@ -191,8 +125,7 @@ Store::Store(const std::filesystem::path& file) {
 
 account::Description Store::load() {
     sqlite3* database = m_database.get();
-    // One moment of the file, also when somebody else writes.
-    const Transaction transaction(database);
+    const Transaction transaction(database, Transaction::Kind::Read);
     account::Description description;
     Statement accounts(database,
                        "SELECT login_id, uid, guid, auth_token, display_name, password "

@@ -77,15 +77,33 @@ class VerbTree {
 };
 
 // The verbs, by subject.
-void addAccountVerbs(VerbTree& tree);
-void addClientVerbs(VerbTree& tree);
-void addTermsVerbs(VerbTree& tree);
-void addMappingVerbs(VerbTree& tree);
-void addPopupVerbs(VerbTree& tree);
-void addOrderVerbs(VerbTree& tree);
-void addClockVerbs(VerbTree& tree);
-void addStateVerbs(VerbTree& tree);
-void addLocalVerbs(VerbTree& tree);
+namespace account_verbs {
+void declare(VerbTree& tree);
+}
+namespace client_verbs {
+void declare(VerbTree& tree);
+}
+namespace terms_verbs {
+void declare(VerbTree& tree);
+}
+namespace mapping_verbs {
+void declare(VerbTree& tree);
+}
+namespace popup_verbs {
+void declare(VerbTree& tree);
+}
+namespace order_verbs {
+void declare(VerbTree& tree);
+}
+namespace clock_verbs {
+void declare(VerbTree& tree);
+}
+namespace state_verbs {
+void declare(VerbTree& tree);
+}
+namespace local_verbs {
+void declare(VerbTree& tree);
+}
 
 }  // namespace service
 

@@ -8,15 +8,15 @@ VerbResult runVerb(State& state, States& states, const std::vector<std::string>&
                    const std::string& input) {
     VerbRun run{state, states, input};
     VerbTree tree;
-    addStateVerbs(tree);
-    addAccountVerbs(tree);
-    addClientVerbs(tree);
-    addTermsVerbs(tree);
-    addMappingVerbs(tree);
-    addPopupVerbs(tree);
-    addOrderVerbs(tree);
-    addClockVerbs(tree);
-    addLocalVerbs(tree);
+    state_verbs::declare(tree);
+    account_verbs::declare(tree);
+    client_verbs::declare(tree);
+    terms_verbs::declare(tree);
+    mapping_verbs::declare(tree);
+    popup_verbs::declare(tree);
+    order_verbs::declare(tree);
+    clock_verbs::declare(tree);
+    local_verbs::declare(tree);
     tree.add({"verbs", "Tell all verbs, for programs", "ssoctl verbs --json", {}},
              [&tree](VerbRun& /*run*/) { return tree.describe(); });
     return tree.run(words, run);

@@ -6,7 +6,7 @@
 #include "verb_input.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::account_verbs {
 namespace {
 
 using account::Description;
@@ -97,7 +97,7 @@ Json signOut(VerbRun& run) {
 
 }  // namespace
 
-void addAccountVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.group("account", "Accounts of the device's users");
     tree.add<NewAccount>(
         {"account add",
@@ -139,4 +139,4 @@ void addAccountVerbs(VerbTree& tree) {
     tree.add({"sign-out", "Sign the user out", "ssoctl sign-out", {}}, &signOut);
 }
 
-}  // namespace service
+}  // namespace service::account_verbs

@@ -4,7 +4,7 @@
 #include "verb_input.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::client_verbs {
 namespace {
 
 using account::Description;
@@ -90,7 +90,7 @@ Json expireTokens(VerbRun& run, const Id& which) {
 
 }  // namespace
 
-void addClientVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.group("client", "Clients, which ask for access tokens");
     tree.add<NewClient>(
         {"client add",
@@ -129,4 +129,4 @@ void addClientVerbs(VerbTree& tree) {
         &expireTokens);
 }
 
-}  // namespace service
+}  // namespace service::client_verbs

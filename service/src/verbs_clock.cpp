@@ -3,7 +3,7 @@
 #include "verb_input.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::clock_verbs {
 namespace {
 
 struct Time {
@@ -17,7 +17,7 @@ Json show(VerbRun& run) {
 Json advance(VerbRun& run, const Time& wanted) {
     const std::chrono::milliseconds before = run.state.clockOffset();
     const std::chrono::milliseconds offset = before + durationFrom(wanted.time, nullptr);
-    if (offset > durationFrom("36600d", nullptr)) {
+    if (offset > kLatestClock) {
         throw Refused("the clock must not be advanced by more than a hundred years in all");
     }
     run.state.setClockOffset(offset);
@@ -31,7 +31,7 @@ Json reset(VerbRun& run) {
 
 }  // namespace
 
-void addClockVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.add(
         {"clock", "Tell the time of the state's clock, by which tokens expire", "ssoctl clock", {}},
         &show);
@@ -44,4 +44,4 @@ void addClockVerbs(VerbTree& tree) {
     tree.add({"clock reset", "Let it be this machine's again", "ssoctl clock reset", {}}, &reset);
 }
 
-}  // namespace service
+}  // namespace service::clock_verbs

@@ -1,10 +1,15 @@
 // Verbs that ssoctl does itself, with a terminal, files and time that the service does not have. What they give
 // here is what is to be done: their arguments, understood.
 
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
 #include "verb_input.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::local_verbs {
 namespace {
 
 struct Nothing {};
@@ -35,6 +40,24 @@ Json watch(VerbRun& /*run*/, const Watch& wanted) {
             {"forMs", wanted.time.empty() ? Json() : Json(msOf(wanted.time))}};
 }
 
+/// What an event tells, as State::tell gets it.
+const std::map<std::string, std::vector<std::string>>& membersOfEvents() {
+    static const std::map<std::string, std::vector<std::string>> members = {
+        {"changed", {"what"}},
+        {"operation", {"operation", "result", "ms"}},
+        {"popup", {"popup", "kind", "is", "state"}}};
+    return members;
+}
+
+/// Whoever waits for what no event has waits in vain.
+void requireMember(const std::string& event, const std::string& name) {
+    const std::vector<std::string>& known = membersOfEvents().at(event);
+    if (std::find(known.begin(), known.end(), name) != known.end()) return;
+    std::string names;
+    for (const std::string& one : known) names += (names.empty() ? "" : ", ") + one;
+    throw Refused("the event " + event + " has no member " + name + "; it has " + names);
+}
+
 Json waitFor(VerbRun& /*run*/, const WaitFor& wanted) {
     Json members = {{"event", wanted.event}};
     for (const std::string& member : wanted.members) {
@@ -42,6 +65,7 @@ Json waitFor(VerbRun& /*run*/, const WaitFor& wanted) {
         if (equals == 0 || equals == std::string::npos) {
             throw Refused("a member must be NAME=VALUE, such as kind=login");
         }
+        requireMember(wanted.event, member.substr(0, equals));
         members[member.substr(0, equals)] = member.substr(equals + 1);
     }
     return {{"members", members}, {"withinMs", msOf(wanted.within)}};
@@ -63,7 +87,9 @@ void addWaits(VerbTree& tree) {
          "(sleep 0.2; ssoctl sign-out) & ssoctl wait-for changed what=session --within 10s",
          {"changed", "operation", "popup"}},
         [](CLI::App& app, WaitFor& wanted) {
-            app.add_option("EVENT", wanted.event, "changed, operation or popup")->required();
+            app.add_option("EVENT", wanted.event, "changed, operation or popup")
+                ->required()
+                ->check(CLI::IsMember(membersOfEvents()));
             app.add_option("MEMBERS", wanted.members, "NAME=VALUE of it, as watch shows them");
             app.add_option("--within", wanted.within, "How long at most")
                 ->type_name("TIME")
@@ -74,7 +100,7 @@ void addWaits(VerbTree& tree) {
 
 }  // namespace
 
-void addLocalVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.add<Scenario>(
         {"run",
          "Run a scenario: one verb a line, # begins a comment",
@@ -107,4 +133,4 @@ void addLocalVerbs(VerbTree& tree) {
              nothing);
 }
 
-}  // namespace service
+}  // namespace service::local_verbs

@@ -3,7 +3,7 @@
 #include "verb_input.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::mapping_verbs {
 namespace {
 
 using account::Description;
@@ -65,7 +65,7 @@ void declareMapping(CLI::App& app, Which& which) {
 
 }  // namespace
 
-void addMappingVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.group("mapping", "Partners' users that an account is mapped to");
     tree.add<Which>({"mapping list", "List the mappings", "ssoctl mapping list", {}},
                     &declareAccount, &list);
@@ -91,4 +91,4 @@ void addMappingVerbs(VerbTree& tree) {
         &remove);
 }
 
-}  // namespace service
+}  // namespace service::mapping_verbs

@@ -7,7 +7,7 @@
 #include "verb_input.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::order_verbs {
 namespace {
 
 using account::Operation;
@@ -98,7 +98,7 @@ void declareOperation(CLI::App& app, std::string& operation) {
 
 }  // namespace
 
-void addOrderVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.add<Failure>(
         {"fail", "Let an operation fail", "ssoctl fail getAccessToken --times 2 --code -7",
          operationWords()},
@@ -136,4 +136,4 @@ void addOrderVerbs(VerbTree& tree) {
         &reset);
 }
 
-}  // namespace service
+}  // namespace service::order_verbs

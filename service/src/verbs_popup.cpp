@@ -4,7 +4,7 @@
 #include "verb_input.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::popup_verbs {
 namespace {
 
 using account::PopupState;
@@ -66,7 +66,13 @@ Json fill(VerbRun& run, const Fields& wanted) {
         if (equals == 0 || equals == std::string::npos) {
             throw Refused("a field must be NAME=TEXT, such as loginId=kim@user.example");
         }
-        fields[field.substr(0, equals)] = field.substr(equals + 1);
+        const std::string name = field.substr(0, equals);
+        if (name != "loginId" && name != "displayName") {
+            throw Refused("there is no field " + name +
+                          " but loginId and displayName; a password " +
+                          "comes with --password-stdin, so that it is in no list of processes");
+        }
+        fields[name] = field.substr(equals + 1);
     }
     if (wanted.hasPassword) {
         fields["password"] = passwordFrom(run.input);
@@ -100,7 +106,7 @@ void addEnd(VerbTree& tree, const char* words, const char* about, const char* ex
 
 }  // namespace
 
-void addPopupVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.group("popup", "Popups, which applications ask for");
     tree.add({"popup list", "List those that are open", "ssoctl popup list", {}}, &list);
     addEnd(tree, "popup complete", "Let one end as if the user had gone through it",
@@ -127,4 +133,4 @@ void addPopupVerbs(VerbTree& tree) {
         &fill);
 }
 
-}  // namespace service
+}  // namespace service::popup_verbs

@@ -8,7 +8,7 @@
 #include "state_texts.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::state_verbs {
 namespace {
 
 struct Name {
@@ -121,7 +121,7 @@ CLI::Validator isName() {
 
 }  // namespace
 
-void addStateVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.add({"status", "Tell the state in short", "ssoctl status", {}}, &status);
     tree.group("state", "Whole states; --state says which one all other verbs are about");
     tree.add<Name>(
@@ -165,4 +165,4 @@ void addStateVerbs(VerbTree& tree) {
         &usePreset);
 }
 
-}  // namespace service
+}  // namespace service::state_verbs

@@ -3,7 +3,7 @@
 #include "verb_input.h"
 #include "verb_tree.h"
 
-namespace service {
+namespace service::terms_verbs {
 namespace {
 
 using account::Description;
@@ -79,7 +79,7 @@ void declareAgreement(CLI::App& app, Agreement& which) {
 
 }  // namespace
 
-void addTermsVerbs(VerbTree& tree) {
+void declare(VerbTree& tree) {
     tree.group("terms", "Terms that users can agree to");
     tree.add<NewTerms>(
         {"terms add",
@@ -106,4 +106,4 @@ void addTermsVerbs(VerbTree& tree) {
         &list);
 }
 
-}  // namespace service
+}  // namespace service::terms_verbs

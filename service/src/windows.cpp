@@ -7,37 +7,13 @@
 #include <new>
 #include <string_view>
 
+#include "base/markup.h"
 #include "page_texts.h"
 
 namespace service {
 namespace {
 
-/// Plain text as HTML that shows it, in an element or a quoted attribute.
-std::string escaped(std::string_view text) {
-    std::string html;
-    for (const char letter : text) {
-        switch (letter) {
-            case '&':
-                html += "&amp;";
-                break;
-            case '<':
-                html += "&lt;";
-                break;
-            case '>':
-                html += "&gt;";
-                break;
-            case '"':
-                html += "&quot;";
-                break;
-            case '\'':
-                html += "&#39;";
-                break;
-            default:
-                html += letter;
-        }
-    }
-    return html;
-}
+using base::escapedForMarkup;
 
 /// Puts HTML in the places of a page, which are named as {{this}}. What is put in is not looked at: a
 /// person's text that reads like a place stays a text.
@@ -75,9 +51,9 @@ std::string policy() {
 
 Window windowWith(const std::string& title, std::string_view body,
                   std::map<std::string_view, std::string> places) {
-    places["title"] = escaped(title);
+    places["title"] = escapedForMarkup(title);
     return {title, filled(pages::kFrame, {{"policy", policy()},
-                                          {"title", escaped(title)},
+                                          {"title", escapedForMarkup(title)},
                                           {"style", pages::kStyle},
                                           {"script", pages::kScript},
                                           {"body", filled(body, places)}})};
@@ -100,7 +76,7 @@ Window termsWindow(const OpenPopup& popup, const account::Account& account) {
     if (isKnown) lead += " to version " + found->second.version;
     const std::string text = isKnown ? found->second.text : "There is no such document here.";
     return windowWith(title, pages::kTerms,
-                      {{"lead", escaped(lead + ".")}, {"text", escaped(text)}});
+                      {{"lead", escapedForMarkup(lead + ".")}, {"text", escapedForMarkup(text)}});
 }
 
 }  // namespace
@@ -114,7 +90,7 @@ Window windowOf(const OpenPopup& popup, const account::Account& account) {
     const std::string name = currentName(account);
     return windowWith("Sign in", pages::kLogin,
                       {{"lead", name.empty() ? "With the account of this device."
-                                             : escaped("Signed in now: " + name)}});
+                                             : escapedForMarkup("Signed in now: " + name)}});
 }
 
 }  // namespace service

@@ -82,9 +82,10 @@ void examineService(Examination& found, const fs::path& ssod, const std::string&
                                     " ms; ssoctl clock reset takes it back");
         }
     } catch (const std::exception& error) {
-        found.wrong("service", error.what(),
-                    "what ssod has said on standard error tells more; for a state that is damaged, "
-                    "name another with --state, or remove its file");
+        found.wrong(
+            "service", error.what(),
+            "for a folder that cannot be written, set its permissions, or XDG_DATA_HOME; for "
+            "a state that is damaged, name another with --state, or remove its file");
     }
 }
 

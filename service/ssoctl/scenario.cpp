@@ -28,7 +28,7 @@ Line parseLine(const std::string& text) {
     }
     const auto mark = std::find(line.words.begin(), line.words.end(), "<<<");
     if (mark != line.words.end()) {
-        if (mark + 2 != line.words.end()) throw Failure(kWrongWords, "one word must follow <<<");
+        if (line.words.end() - mark != 2) throw Failure(kWrongWords, "one word must follow <<<");
         line.hasInput = true;
         line.input = line.words.back() + "\n";
         line.words.erase(mark, line.words.end());

@@ -59,7 +59,7 @@ TEST_F(ThePlugin, UsesNoControlInterface) {
 TEST_F(ThePlugin, NeedsTheSuppliersLibraries) {
     auto needed = m_elf.dynamicTexts(DT_NEEDED);
     // A device may count versions: "libdlog.so.0".
-    for (std::string& name : needed) name = name.substr(0, name.rfind(".so") + 3);
+    for (std::string& name : needed) name.resize(name.rfind(".so") + 3);
     for (const char* library : {"libsso_api.so", "libvconf.so", "libdlog.so"}) {
         EXPECT_EQ(std::count(needed.begin(), needed.end(), library), 1) << library;
     }

@@ -1,6 +1,7 @@
 // The account service's windows in the real browser, with keys and clicks of a person.
 
 #include <signal.h>
+#include <stdlib.h>
 
 #include <algorithm>
 #include <atomic>
@@ -11,6 +12,8 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
+#include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -18,10 +21,13 @@
 
 #include "account/account_file.h"
 #include "browser_test.h"
+#include "database.h"
 #include "display.h"
 #include "module_path.h"
+#include "operations_under_way.h"
 #include "password.h"
 #include "process_figures.h"
+#include "rounds.h"
 #include "service/bus_address.h"
 #include "service/bus_client.h"
 #include "store.h"
@@ -85,7 +91,9 @@ class EventWatch {
 class TheAccountsWindows : public browser::BrowserTest {
   protected:
     ~TheAccountsWindows() override {
-        if (m_run.valid()) m_run.wait();
+        if (!m_run.valid()) return;
+        const auto run = m_run.get();
+        if (HasFailure()) ADD_FAILURE() << "the browser wrote:\n" << run.output << run.errors;
     }
 
     /// Makes the state as a JSON text says.
@@ -204,6 +212,41 @@ TEST_F(TheAccountsWindows, StayUntilThePasswordIsRight) {
     EXPECT_EQ(result(), ended(0));
 }
 
+/// The OK of a remote control is no Enter for the system.
+TEST_F(TheAccountsWindows, AreUsedByTheSelectKeyOfARemoteControl) {
+    makeState(kSignedOut);
+    start(kAskLogin);
+    ASSERT_TRUE(m_display.waitFor(kLogin));
+    m_display.press(
+        {"Down", "Down", "Right", "Right", "XF86Select"});  // the link below the buttons
+    ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    for (const char* text : {"Zoe", "zoe", "12345678", "12345678"}) {
+        m_display.type(text);
+        m_display.press({"Down"});
+    }
+    m_display.press({"Up", "XF86Select"});  // in a field it is the form's button
+    EXPECT_TRUE(m_display.waitForEnd(kCreateAccount));
+    EXPECT_EQ(result(), ended(0));
+}
+
+TEST_F(TheAccountsWindows, AreFilledInByTheRemoteControl) {
+    makeState(kSignedOut);
+    start(kAskLogin);
+    ASSERT_TRUE(m_display.waitFor(kLogin));
+    const auto fill = [this](const std::string& password, std::vector<std::string> words) {
+        support::ProcessOptions options;
+        options.environment = desk();
+        options.input = password;
+        words.insert(words.begin(), {support::builtPath("bin/ssoctl"), "popup", "fill"});
+        const auto filled = support::runProcess(words, options);
+        EXPECT_EQ(filled.exitCode, 0) << filled.errors;
+    };
+    fill("", {"loginId=mia"});
+    fill("correct horse", {"--password-stdin", "--submit"});
+    EXPECT_TRUE(m_display.waitForEnd(kLogin));
+    EXPECT_EQ(result(), ended(0));
+}
+
 TEST_F(TheAccountsWindows, AreUsedByAMouse) {
     makeState(kSignedOut);
     start(kAskLogin);
@@ -312,6 +355,58 @@ TEST_F(TheAccountsWindows, EndForTheServiceWhenTheBrowserIsKilled) {
         browser::eventually(2, [&] { return watch->saw(R"("is":"ended","state":"cancelled")"); }));
     watch.reset();  // the bus, which has the browser's output, ends with its last user
     EXPECT_EQ(m_run.get().signal, SIGKILL);
+}
+
+/// Its plug-in goes with it; what others have under way on the same state is none of that.
+TEST_F(TheAccountsWindows, TakeNothingOfOthersAlongWhenTheBrowserIsKilled) {
+    makeState(R"json({
+        "account": { "loginId": "mia", "uid": "uid-1", "guid": "guid-1", "authToken": "auth-1" }
+    })json");
+    for (const std::string& variable : desk()) {
+        const std::size_t equals = variable.find('=');
+        setenv(variable.substr(0, equals).c_str(), variable.substr(equals + 1).c_str(), 1);
+    }
+    const auto bus = service::BusHold::get(support::builtPath("bin/ssod"));
+    setenv("SSO_BUS_ADDRESS", bus.address().c_str(), 1);
+    setenv("SSO_STATE", "default", 1);
+    const std::string database = m_desk.path("XDG_DATA_HOME") + "/sso-desk/states/default.db";
+    std::mt19937 random{20261122};
+    std::uniform_int_distribution<int> moment(0, 100);
+    for (int round = 0; round < support::rounds(2); ++round) {
+        SCOPED_TRACE(round);
+        start(R"js(
+            console.log("begins");
+            const plugin = new Embedding();
+            plugin.post({ command: "sso_plugin_createAccount" });
+            for (let i = 0;; ++i) {
+                await plugin.ask({ command: "sso_plugin_addPartnerAccountMappingInfo", appID: "its",
+                                   cpName: "own", cpUID: `${Date.now()}-${i}` });
+            }
+        )js");
+        ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+        const EventWatch watch(bus.address());
+        OperationsUnderWay operations;
+        std::thread killer([&, after = std::chrono::milliseconds(moment(random))] {
+            std::this_thread::sleep_for(after);
+            kill(m_browser, SIGKILL);
+        });
+        for (int i = 0; i < 200; ++i) {
+            operations.addMapping(std::to_string(round) + "-" + std::to_string(i));
+        }
+        killer.join();
+        EXPECT_EQ(m_run.get().signal, SIGKILL);
+        m_browser = -1;
+        EXPECT_TRUE(operations.wait(std::chrono::seconds(20)));
+        operations.expectOneCallbackEach();
+        const std::set<std::string> done = operations.done();
+        EXPECT_EQ(done.size(), 200U);
+        const std::set<std::string> kept = mappedUsers(database);
+        EXPECT_TRUE(std::includes(kept.begin(), kept.end(), done.begin(), done.end()));
+        EXPECT_EQ(integrity(database), "ok");
+        EXPECT_TRUE(browser::eventually(
+            2, [&] { return watch.saw(R"("is":"ended","state":"cancelled")"); }));
+        EXPECT_TRUE(m_display.waitForEnd(kCreateAccount));
+    }
 }
 
 TEST_F(TheAccountsWindows, FailWhenTheirProcessIsKilled) {

@@ -32,8 +32,9 @@ class TheBrowsersCommandLine : public browser::BrowserTest {
 TEST_F(TheBrowsersCommandLine, ExplainsItself) {
     const auto result = runBrowser({"--help"});
     EXPECT_EQ(result.exitCode, 0);
-    for (const char* option : {"--module", "--grant", "--manifest", "--account", "--log",
-                               "--screenshot", "--quit-after", "--run-script", "--size"}) {
+    for (const char* option :
+         {"--module", "--grant", "--manifest", "--account", "--log", "--screenshot", "--quit-after",
+          "--run-script", "--size", "--messages", "--pseudonyms"}) {
         EXPECT_THAT(result.output, HasSubstr(option));
     }
 }
@@ -110,9 +111,8 @@ TEST_F(TheBrowsersCommandLine, RefusesAPrivilegeThatNobodyKnows) {
 
 TEST_F(TheBrowsersCommandLine, RefusesAManifestForSeveralApplications) {
     const std::string manifest = SSO_TEST_PAGE "/manifest.json";
-    expectRefusal({SSO_TEST_PAGE, SSO_SOURCE_DIR "/web/demo", "--manifest", manifest},
-                  "--manifest");
-    expectRefusal({SSO_TEST_PAGE, SSO_SOURCE_DIR "/web/demo", "--port", "4000"}, "--port");
+    expectRefusal({SSO_TEST_PAGE, SSO_TEST_DEMO, "--manifest", manifest}, "--manifest");
+    expectRefusal({SSO_TEST_PAGE, SSO_TEST_DEMO, "--port", "4000"}, "--port");
 }
 
 TEST_F(TheBrowsersCommandLine, RefusesTheSameApplicationTwice) {

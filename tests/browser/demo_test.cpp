@@ -1,5 +1,7 @@
 // The demo application, driven as a person would, in the real browser.
 
+#include <signal.h>
+
 #include <algorithm>
 #include <fstream>
 #include <iterator>
@@ -8,6 +10,8 @@
 #include <vector>
 
 #include "browser_test.h"
+#include "module_path.h"
+#include "process_figures.h"
 #include "protocol_data.h"
 
 namespace {
@@ -76,9 +80,10 @@ std::vector<std::string> withoutTimes(const std::vector<std::string>& lines) {
 class TheDemo : public browser::BrowserTest {
   protected:
     /// Runs a script in the demo page. @return its result.
-    Json runInDemo(const std::string& script) {
-        const auto result = runBrowser({SSO_SOURCE_DIR "/web/demo", "--run-script",
-                                        m_folder.write("script.js", script), "--quit-after", "0"});
+    Json runInDemo(const std::string& script, const support::ProcessOptions& options = {}) {
+        const auto result = runBrowser({SSO_TEST_DEMO, "--run-script",
+                                        m_folder.write("script.js", script), "--quit-after", "0"},
+                                       options);
         EXPECT_EQ(result.exitCode, 0) << result.output << result.errors;
         const auto lines = result.outputLines();
         if (lines.empty() || lines.back().rfind("result: ", 0) != 0) {
@@ -99,10 +104,10 @@ class TheDemo : public browser::BrowserTest {
 
 TEST_F(TheDemo, TakesItsTour) {
     const std::string picture = m_folder.path("demo.png");
-    const auto result = runBrowser({SSO_SOURCE_DIR "/web/demo", "--account",
-                                    SSO_SOURCE_DIR "/account/examples/signed-in.json",
-                                    "--run-script", SSO_SOURCE_DIR "/scripts/demo-tour.js",
-                                    "--screenshot", picture, "--quit-after", "0.5"});
+    const auto result =
+        runBrowser({SSO_TEST_DEMO, "--account", SSO_SOURCE_DIR "/account/examples/signed-in.json",
+                    "--run-script", SSO_SOURCE_DIR "/scripts/demo-tour.js", "--screenshot", picture,
+                    "--quit-after", "0.5"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errorLines(),
                 ::testing::ElementsAre("sso-browser: \"sso_plugin_noSuchCommand\" was refused: the "
@@ -140,6 +145,37 @@ TEST_F(TheDemo, OffersEveryCommandWithAReadyMessage) {
     }
     ASSERT_EQ(result.size(), expected.size()) << result;
     for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(result[i], expected[i]);
+}
+
+/// A script that does what a person does, and says what the page shows.
+constexpr const char* kWatchState = R"js(
+    const state = () => document.getElementById("state").textContent;
+    const shown = async text => { while (state() !== text) await new Promise(done => setTimeout(done, 20)); };
+)js";
+
+TEST_F(TheDemo, StartsAPluginAnewWhoseProcessHasEnded) {
+    bool killed = false;
+    support::ProcessOptions options;
+    options.onOutput = [&](pid_t browser, const std::string& output) {
+        if (killed || output.find("console.log: ready\n") == std::string::npos) return;
+        killed = true;
+        for (const pid_t process : browser::pluginProcessesOf(browser, support::modulePath())) {
+            kill(process, SIGKILL);
+        }
+    };
+    const Json result = runInDemo(std::string(kWatchState) + R"js(
+        const ask = () => demo.sendAndWait({ command: "sso_plugin_getVersion" });
+        await shown("Plug-in 1.1 is up");
+        console.log("ready");
+        while (ask()) await new Promise(done => setTimeout(done, 20));
+        await shown("Plug-in does not answer");
+        document.getElementById("restart").click();
+        await shown("Plug-in 1.1 is up");
+        return ask().value;
+    )js",
+                                  options);
+    EXPECT_TRUE(killed);
+    EXPECT_EQ(result, "1.1");
 }
 
 }  // namespace

@@ -1,14 +1,15 @@
 #include "display.h"
 
+#include <X11/XF86keysym.h>
 #include <X11/Xlib.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
+#include <memory>
 #include <stdexcept>
-#include <thread>
 
 #include "process.h"
 
@@ -16,6 +17,45 @@ namespace browser {
 namespace {
 
 constexpr double kPatience = 20;  // seconds
+
+/// What XFree() is for.
+template <typename T>
+using FromX = std::unique_ptr<T, int (*)(void*)>;
+
+/// Windows go while they are looked at, and that is no error here.
+int ignoreError(::Display* /*display*/, XErrorEvent* /*error*/) { return 0; }
+
+/// As window managers read it. The older WM_NAME, which xdotool searches, may not have left the program yet:
+/// Qt writes it last, and does not flush it.
+std::string titleOf(::Display* display, Window window) {
+    const Atom utf8 = XInternAtom(display, "UTF8_STRING", False);
+    Atom type = None;
+    int format = 0;
+    unsigned long size = 0;
+    unsigned long rest = 0;
+    unsigned char* bytes = nullptr;
+    XGetWindowProperty(display, window, XInternAtom(display, "_NET_WM_NAME", False), 0, 1024, False,
+                       utf8, &type, &format, &size, &rest, &bytes);
+    const FromX<unsigned char> owned(bytes, XFree);
+    return type == utf8 ? std::string(bytes, bytes + size) : std::string();
+}
+
+/// The OK of a remote control is on no keyboard. xdotool would lend it a key that has another meaning again before a busy
+/// program has looked.
+void addRemoteControl(::Display* display) {
+    int lowest = 0;
+    int highest = 0;
+    XDisplayKeycodes(display, &lowest, &highest);
+    KeySym select = XF86XK_Select;
+    XChangeKeyboardMapping(display, highest, 1, &select, 1);
+    XSync(display, False);
+}
+
+bool isToBeSeen(::Display* display, Window window) {
+    XWindowAttributes attributes{};
+    return XGetWindowAttributes(display, window, &attributes) != 0 &&
+           attributes.map_state == IsViewable;
+}
 
 }  // namespace
 
@@ -41,9 +81,14 @@ Display::Display() {
     ::close(ends[0]);
     if (text.empty()) throw std::runtime_error("Xvfb does not start");
     m_variable = "DISPLAY=:" + text;
+    XSetErrorHandler(ignoreError);
+    m_connection = XOpenDisplay((":" + text).c_str());
+    if (m_connection == nullptr) throw std::runtime_error("Xvfb takes no connection");
+    addRemoteControl(m_connection);
 }
 
 Display::~Display() {
+    XCloseDisplay(m_connection);
     kill(m_server, SIGTERM);
     waitpid(m_server, nullptr, 0);
 }
@@ -55,12 +100,20 @@ std::string Display::xdotool(std::vector<std::string> words) const {
     return support::runProcess(words, options).output;
 }
 
-std::string Display::find(const std::string& title) const {
-    const std::string found = xdotool({"search", "--onlyvisible", "--name", "^" + title + "$"});
-    return found.substr(0, found.find('\n'));
+unsigned long Display::find(const std::string& title) const {
+    Window root = 0;
+    Window parent = 0;
+    Window* all = nullptr;
+    unsigned count = 0;
+    XQueryTree(m_connection, DefaultRootWindow(m_connection), &root, &parent, &all, &count);
+    const FromX<Window> owned(all, XFree);
+    const auto* const found = std::find_if(all, all + count, [&](Window window) {
+        return titleOf(m_connection, window) == title && isToBeSeen(m_connection, window);
+    });
+    return found == all + count ? 0 : *found;
 }
 
-bool Display::shows(const std::string& title) const { return !find(title).empty(); }
+bool Display::shows(const std::string& title) const { return find(title) != 0; }
 
 bool Display::waitFor(const std::string& title) const {
     return eventually(kPatience, [&] { return shows(title); });
@@ -71,7 +124,7 @@ bool Display::waitForEnd(const std::string& title, double seconds) const {
 }
 
 void Display::focus(const std::string& title) const {
-    xdotool({"windowfocus", "--sync", find(title)});
+    xdotool({"windowfocus", "--sync", std::to_string(find(title))});
 }
 
 void Display::press(const std::vector<std::string>& keys) const {
@@ -83,22 +136,21 @@ void Display::press(const std::vector<std::string>& keys) const {
 void Display::type(const std::string& text) const { xdotool({"type", "--delay", "5", text}); }
 
 void Display::click(const std::string& title, int x, int y) const {
-    xdotool(
-        {"mousemove", "--window", find(title), std::to_string(x), std::to_string(y), "click", "1"});
+    xdotool({"mousemove", "--window", std::to_string(find(title)), std::to_string(x),
+             std::to_string(y), "click", "1"});
 }
 
 // What a window manager sends when somebody presses the button; here there is none.
 void Display::close(const std::string& title) const {
-    ::Display* display = XOpenDisplay(m_variable.substr(sizeof("DISPLAY=") - 1).c_str());
-    if (display == nullptr) throw std::runtime_error("the display is gone");
     XEvent event{};
     event.xclient.type = ClientMessage;
-    event.xclient.window = std::stoul(find(title));
-    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    event.xclient.window = find(title);
+    event.xclient.message_type = XInternAtom(m_connection, "WM_PROTOCOLS", False);
     event.xclient.format = 32;
-    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
-    XSendEvent(display, event.xclient.window, False, NoEventMask, &event);
-    XCloseDisplay(display);
+    event.xclient.data.l[0] =
+        static_cast<long>(XInternAtom(m_connection, "WM_DELETE_WINDOW", False));
+    XSendEvent(m_connection, event.xclient.window, False, NoEventMask, &event);
+    XFlush(m_connection);
 }
 
 }  // namespace browser

@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+struct _XDisplay;
+
 namespace browser {
 
 /// Asks until the answer is yes. @return whether it was, in time.
@@ -51,9 +53,11 @@ class Display {
 
   private:
     std::string xdotool(std::vector<std::string> words) const;
-    std::string find(const std::string& title) const;
+    /// @return the number of the window, or 0 when none with this title is to be seen.
+    unsigned long find(const std::string& title) const;
 
     pid_t m_server = -1;
+    _XDisplay* m_connection = nullptr;
     std::string m_variable;
 };
 

@@ -21,6 +21,7 @@
 #include "browser_test.h"
 #include "module_path.h"
 #include "process_figures.h"
+#include "process_file.h"
 
 namespace {
 
@@ -45,12 +46,10 @@ class ABrowserOfItsOwn : public browser::BrowserTest {
         std::vector<std::string> found;
         for (const std::string& name : namesIn("/proc")) {
             if (name.find_first_not_of("0123456789") != std::string::npos) continue;
-            std::ifstream file("/proc/" + name + "/environ");
-            const std::string variables{std::istreambuf_iterator<char>(file), {}};
-            if (variables.find(text) == std::string::npos) continue;
-            std::ifstream command("/proc/" + name + "/cmdline");
-            std::string line;
-            std::getline(command, line, '\0');
+            const std::string folder = "/proc/" + name;
+            if (support::processFile(folder + "/environ").find(text) == std::string::npos) continue;
+            const std::string words = support::processFile(folder + "/cmdline");
+            const std::string line = words.substr(0, words.find('\0'));
             if (!line.empty()) found.push_back(name + " " + line);
         }
         return found;
@@ -117,6 +116,7 @@ TEST_F(ABrowserOfItsOwn, LeavesNothingBehindHoweverItEnds) {
         const auto delay = std::chrono::milliseconds(moment(random));
         const pid_t browser = fork();
         if (browser == 0) {
+            ::signal(SIGINT, SIG_DFL);  // which is ignored in the background of a shell's script
             setenv("DISPLAY", "", 1);
             setenv("WAYLAND_DISPLAY", "", 1);
             setenv("TMPDIR", temporary.c_str(), 1);

@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <string>
@@ -101,6 +102,55 @@ TEST_F(TheWatchedPlugin, HasItsMessagesWritten) {
                               {"command", login}}));
     EXPECT_EQ(lines[4]["request"], (Json{{"$type", "arraybuffer"}, {"bytes", {0, 0}}}));
     EXPECT_EQ(lines[5]["answer"]["errorName"], "paramInvaild");
+}
+
+TEST_F(TheWatchedPlugin, IsRecordedWithPseudonymsForTheHostToReplay) {
+    const std::string file = m_folder.path("field.jsonl");
+    const std::string account = m_folder.write("account.json", R"({
+        "account": {"loginId": "plant@x.example", "uid": "plant-1", "guid": "plant-2", "authToken": "plant-3"},
+        "clients": [{"id": "plant-4", "secret": "plant-5", "token": "plant-6"}],
+        "mappings": [{"appID": "plant-7", "cpName": "plant-8", "cpUID": "plant-9"}],
+        "popups": {"login": {"delayMs": 30000}}
+    })");
+    const auto result =
+        run(R"js(
+        const plugin = new Embedding();
+        const other = new Embedding();
+        plugin.call({ command: "sso_plugin_getSSOState" });
+        const token = { command: "sso_plugin_getZEVAccessToken", id: "plant-4", secret: "plant-5" };
+        await plugin.ask(token);
+        other.call({ command: "sso_plugin_getLoginUid" });
+        await other.ask({ command: "sso_plugin_getPartnerAccountMappingList", appID: "plant-7" });
+        await plugin.ask({ command: "sso_plugin_getZEVAccessToken", id: 4711, plant: "plant" });
+        const third = new Embedding();
+        third.post({ command: "sso_plugin_show_login_page", data: "plant" });
+        third.call({ command: "sso_plugin_getVersion" });
+        third.remove();  // and with it the answer that it owes
+        await new Promise(done => setTimeout(done, 500));
+    )js",
+            {"--messages", file, "--pseudonyms", "--account", account, "--grant", "platform"});
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    const std::string text = m_folder.read("field.jsonl");
+    EXPECT_THAT(text, HasSubstr(R"("value":"loginId-1?token-1?uid-1?guid-1")"));
+    EXPECT_THAT(text, HasSubstr(R"("id":"id-1","secret":"secret-1")"));
+    EXPECT_THAT(text, HasSubstr(R"("token":"token-2")"));
+    EXPECT_THAT(text, HasSubstr(R"("value":"uid-1")"));
+    EXPECT_THAT(text, HasSubstr(R"([{\"appID\":\"appID-1\",\"cpName\":\"cpName-1\",)"
+                                R"(\"cpUID\":\"cpUID-1\"}])"));
+    EXPECT_THAT(text, HasSubstr(R"("instance":3,"gone":true,"pseudonyms":true})"));
+    EXPECT_THAT(text, ::testing::Not(HasSubstr("plant")));
+    EXPECT_THAT(text, ::testing::Not(HasSubstr("4711")));
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+
+    const std::string now = m_folder.write("now.json", R"({
+        "account": {"loginId": "a@b.example", "uid": "a", "guid": "b", "authToken": "c"},
+        "clients": [{"id": "id-1", "secret": "secret-1", "token": "d"}],
+        "mappings": [{"appID": "appID-1", "cpName": "e", "cpUID": "f"}]
+    })");
+    const auto replay = support::runProcess({support::builtPath("bin/sso-host"), "--account", now,
+                                             "--grant", "partner,platform", "--replay", file});
+    EXPECT_EQ(replay.output, file + ": the same: 7 requests, 6 answers\n");
+    EXPECT_EQ(replay.exitCode, 0) << replay.errors;
 }
 
 TEST_F(TheWatchedPlugin, IsAskedWhatItOwesWhenItMatters) {

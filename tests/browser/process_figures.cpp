@@ -6,6 +6,8 @@
 #include <map>
 #include <string>
 
+#include "process_file.h"
+
 namespace browser {
 namespace {
 
@@ -27,9 +29,7 @@ long statusOf(pid_t process, const std::string& name) {
 }
 
 bool hasMapped(pid_t process, const std::string& library) {
-    std::ifstream file(folderOf(process) / "maps");
-    const std::string maps{std::istreambuf_iterator<char>(file), {}};
-    return maps.find(library) != std::string::npos;
+    return support::processFile(folderOf(process) / "maps").find(library) != std::string::npos;
 }
 
 }  // namespace

@@ -1,17 +1,35 @@
 // Two browsers at once, with the same application.
 
+#include <signal.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <future>
 #include <string>
+#include <vector>
 
 #include "browser_test.h"
 #include "module_path.h"
+#include "process_file.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 
 using TwoBrowsers = browser::BrowserTest;
+
+#ifdef SSO_SERVICE
+/// The bus that was configured below a folder.
+pid_t busBelow(const std::string& folder) {
+    for (const auto& process : std::filesystem::directory_iterator("/proc")) {
+        const std::string command = support::processFile(process.path() / "cmdline");
+        if (command.rfind("dbus-daemon", 0) == 0 && command.find(folder) != std::string::npos) {
+            return std::stoi(process.path().filename());
+        }
+    }
+    return 0;
+}
+#endif
 
 TEST_F(TwoBrowsers, HaveTheSameOriginAndEachItsOwnStorage) {
     const std::string app = m_folder.path("app");
@@ -56,6 +74,60 @@ TEST_F(TwoBrowsers, HaveTheSameOriginAndEachItsOwnStorage) {
 }
 
 #ifdef SSO_SERVICE
+/// Each has a folder of its own then for what its engine keeps there; the bus is not in it.
+TEST_F(TwoBrowsers, ShareABusAlsoWithoutAFolderForTheSession) {
+    namespace fs = std::filesystem;
+    const std::string temporary = m_folder.path("tmp");
+    fs::create_directory(temporary);
+    const auto run = [&](const std::string& name, const std::string& script, auto onOutput) {
+        support::ProcessOptions options;
+        options.environment = {"TMPDIR=" + temporary, "XDG_DATA_HOME=" + m_folder.path("data"),
+                               "DBUS_SESSION_BUS_ADDRESS=", "DISPLAY=", "WAYLAND_DISPLAY="};
+        options.onOutput = onOutput;
+        return support::runProcess(
+            {"/usr/bin/env", "-u", "XDG_RUNTIME_DIR", support::builtPath("bin/sso-browser"),
+             "--module", support::modulePath(), SSO_TEST_PAGE, "--state", "shared", "--grant",
+             "partner", "--run-script", m_folder.write(name, script)},
+            options);
+    };
+    const auto buses = [&] {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::recursive_directory_iterator(temporary)) {
+            if (entry.is_socket() && entry.path().filename() == "bus")
+                found.push_back(entry.path());
+        }
+        return found;
+    };
+    const std::string one = temporary + "/sso-desk-bus-" + std::to_string(geteuid()) + "/bus";
+    const std::string ask =
+        "const plugin = new Embedding();"
+        "const status = () => plugin.call({ command: 'sso_plugin_getLoginStatus' }).code;"
+        "const first = status();";
+    bool isKilled = false;
+    support::ProcessResult inner;
+    const auto outer = run("outer.js", ask + R"js(
+        console.log("there");
+        await new Promise(done => setTimeout(done, 4000));
+        console.log("again");
+        return [first, status()];
+    )js",
+                           [&](pid_t, const std::string& output) {
+                               if (!isKilled) {
+                                   isKilled = true;
+                                   inner = run("inner.js", ask + "return [first];",
+                                               [](pid_t, const std::string&) {});
+                                   EXPECT_THAT(buses(), ElementsAre(one));
+                                   const pid_t bus = busBelow(temporary);
+                                   ASSERT_GT(bus, 0);
+                                   kill(bus, SIGKILL);
+                               } else if (output.find("again") != std::string::npos) {
+                                   EXPECT_THAT(buses(), ElementsAre(one));
+                               }
+                           });
+    EXPECT_EQ(inner.output, "result: [0]\n") << inner.errors;
+    EXPECT_EQ(outer.outputLines().back(), "result: [0,0]") << outer.errors;
+}
+
 TEST_F(TwoBrowsers, ChangeOneStateAtOnceAndLoseNothing) {
     support::ProcessOptions environment;
     environment.environment = desk();

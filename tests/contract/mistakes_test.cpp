@@ -113,6 +113,8 @@ INSTANTIATE_TEST_SUITE_P(AMistake, InTheProtocol, ::testing::Values(
             R"(protocol.json: "commands"[0] sso_plugin_show: "answer": "type": has to be text or number)"},
     Mistake{"AMessageThatIsNeverSent", [](json& data) { data["commands"][0]["keys"][0].update({{"required", false}, {"errorMessage", "bad"}}); },
             R"(protocol.json: "commands"[0] sso_plugin_show: "keys"[0] data: a key that is not required is never refused)"},
+    Mistake{"AnAnswerOfAUserThatHoldsNothing", [](json& data) { data["commands"][1]["asks"] = {"sso_get"}; data["commands"][1]["answer"]["holds"] = json::array(); },
+            R"(protocol.json: "commands"[1] sso_plugin_get: "answer": "holds": what the account service is asked for tells something of a user)"},
     Mistake{"ACommandTwice", [](json& data) { data["commands"].push_back(data["commands"][0]); },
             R"(protocol.json: "commands"[2] sso_plugin_show: is there already)"},
     Mistake{"NoTextForNotStarted", [](json& data) { data["commands"][0].erase("notStarted"); },

@@ -50,8 +50,8 @@ Key readKey(const DataNode& node, const PathRules& rules) {
 }
 
 Command readCommand(const DataNode& node, const Protocol& protocol) {
-    node.withNoMembersBut(
-        {"name", "title", "about", "path", "privilege", "keys", "answer", "notStarted"});
+    node.withNoMembersBut({"name", "method", "popup", "title", "about", "path", "privilege", "asks",
+                           "keys", "answer", "notStarted"});
     Command command;
     command.name = node["name"].text();
     command.title = node["title"].text();
@@ -66,7 +66,16 @@ Command readCommand(const DataNode& node, const Protocol& protocol) {
         command.keys.push_back(readKey(key, protocol.rules(command.path)));
     }
     const DataNode answer = node["answer"];
-    answer.withNoMembersBut({"key", "type"});
+    answer.withNoMembersBut({"key", "type", "holds"});
+    if (node.has("asks") && !node["asks"].elements().empty() && answer.has("holds") &&
+        answer["holds"].elements().empty()) {
+        answer["holds"].fail("what the account service is asked for tells something of a user");
+    }
+    if (answer.has("holds")) {
+        for (const DataNode& part : answer["holds"].elements()) {
+            command.holds.push_back(part.text());
+        }
+    }
     command.answerKey = answer["key"].text();
     const std::string type = answer["type"].text();
     if (type != "text" && type != "number") answer["type"].fail("has to be text or number");

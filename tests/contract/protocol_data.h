@@ -62,7 +62,8 @@ struct Command {
     std::vector<Key> keys;
     std::string answerKey;
     OutcomeType answerType = OutcomeType::Text;
-    std::string notStarted;  ///< of an asynchronous one
+    std::vector<std::string> holds;  ///< what parts of a text are, joined by a question mark
+    std::string notStarted;          ///< of an asynchronous one
 };
 
 struct Protocol {

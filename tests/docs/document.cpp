@@ -146,6 +146,19 @@ const Table& tableOf(const Document& document, const std::string& head) {
     throw std::runtime_error("there is no table " + head);
 }
 
+std::vector<std::pair<std::string, std::string>> commandsOf(const Block& block) {
+    std::vector<std::pair<std::string, std::string>> commands;
+    std::istringstream lines(block.text);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind("$ ", 0) == 0) {
+            commands.emplace_back(line.substr(2), "");
+        } else {
+            commands.at(commands.size() - 1).second += line + "\n";
+        }
+    }
+    return commands;
+}
+
 Document readDocument(const std::string& path) {
     std::ifstream file(path);
     if (!file) throw std::runtime_error(path + " cannot be read");

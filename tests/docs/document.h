@@ -2,6 +2,7 @@
 #define DOCS_DOCUMENT_H_
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/value.h"
@@ -45,6 +46,9 @@ struct Block {
     std::string language;
     std::string text;
 };
+
+/// The commands of a block as a terminal shows them, each with what it prints.
+std::vector<std::pair<std::string, std::string>> commandsOf(const Block& block);
 
 struct Document {
     std::vector<Example> examples;

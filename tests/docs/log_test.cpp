@@ -237,7 +237,8 @@ TEST_F(TheLog, HasATraceBesideItWithoutAnyValueEither) {
 TEST_F(TheLog, NamesARefusedCommandAsItCame) {
     // A line break, an escape sequence, and a format character that turns the direction.
     const std::string name = "a\nW/QPP_BASE b\033[31m\u202ec";
-    const std::string shown = "a\nW/QPP_BASE b\u202ec";  // colours are for terminals
+    // So the log service shows it, which is told the name as it is.
+    const std::string shown = R"(a\nW/QPP_BASE b\u001b[31m\u202ec)";
     const host::Value request{host::Value::Dictionary{{"command", host::Value(name)}}};
     std::vector<std::string> log;
     const support::ProcessResult posted =

@@ -565,8 +565,18 @@ TEST_F(AModuleWithoutMessaging, LosesMessagesWithALineOnTheConsole) {
     EXPECT_THAT(m_host->consoleLines(), IsEmpty());
     m_host->post(instance, 1);
     ASSERT_TRUE(m_host->drain(instance));
-    EXPECT_THAT(m_host->consoleLines(), ElementsAre(::testing::HasSubstr("PPP_Messaging;1.0")));
+    EXPECT_THAT(m_host->consoleLines(),
+                ElementsAre("a message without a handler, and the module has no PPP_Messaging;1.0: "
+                            "a browser's plug-in process would crash"));
     EXPECT_EQ(told, m_host->consoleLines());
+}
+
+TEST_F(AModuleWithoutMessaging, IsOneWhoseTableIsEmpty) {
+    m_module.messaging.HandleMessage = nullptr;
+    const PP_Instance instance = page();
+    m_host->post(instance, 1);
+    ASSERT_TRUE(m_host->drain(instance));
+    EXPECT_THAT(m_host->consoleLines(), ElementsAre(::testing::HasSubstr("PPP_Messaging;1.0")));
 }
 
 }  // namespace

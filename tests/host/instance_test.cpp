@@ -129,6 +129,20 @@ TEST_F(AnInstance, SeesItsViewInATaskOfItsOwn) {
     }
 }
 
+TEST_F(AnInstance, ThatWantsToKnowOfNoViewIsMadeWithoutOne) {
+    m_module.instances.DidChangeView = nullptr;
+    const PP_Instance instance = page();
+    EXPECT_THAT(m_host->instances(), ElementsAre(instance));
+}
+
+TEST_F(AnInstance, ThatIsGoneBeforeItsViewCameSeesNone) {
+    load();
+    m_host->runOnMain([&] { m_host->destroy(m_host->embed()); });
+    ASSERT_TRUE(m_host->drain(0));
+    EXPECT_TRUE(m_module.calls.has("DidDestroy"));
+    EXPECT_FALSE(m_module.calls.has("DidChangeView"));
+}
+
 TEST_F(AnInstance, MayKeepItsView) {
     PP_Resource kept = 0;
     m_module.didChangeView = [&](PP_Instance, PP_Resource view) {
@@ -152,6 +166,29 @@ TEST_F(AnInstance, WithoutAnInterfaceCannotBeMade) {
     load();
     EXPECT_THROW(m_host->embed(), host::EmbedError);
     EXPECT_THAT(m_host->instances(), IsEmpty());
+}
+
+std::string embedErrorOf(host::PluginHost& host) {
+    try {
+        host.embed();
+    } catch (const host::EmbedError& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST_F(AnInstance, OfAModuleThatCannotCreateItCannotBeMade) {
+    m_module.instances.DidCreate = nullptr;
+    load();
+    EXPECT_EQ(embedErrorOf(*m_host), "the module's PPP_Instance;1.1 has no DidCreate");
+    EXPECT_THAT(m_host->instances(), IsEmpty());
+}
+
+TEST_F(AnInstance, OfAModuleThatCannotDestroyItCannotBeMade) {
+    m_module.instances.DidDestroy = nullptr;
+    load();
+    EXPECT_EQ(embedErrorOf(*m_host), "the module's PPP_Instance;1.1 has no DidDestroy");
+    EXPECT_THAT(m_module.calls.all(), ::testing::Not(::testing::Contains("DidCreate")));
 }
 
 TEST_F(ARefusedInstance, IsDestroyedAtOnceAndGetsNothing) {
@@ -223,6 +260,19 @@ TEST_F(ADestroyedInstance, IsWhatAllAreWhenTheModuleIsUnloaded) {
     EXPECT_EQ(m_module.calls.all().back(), "PPP_ShutdownModule");
 }
 
+TEST_F(ADestroyedInstance, EndsOnceAlsoWhenItIsDestroyedInsideItsEnd) {
+    const PP_Instance instance = page();
+    int ends = 0;
+    bool isDestroyedAgain = false;
+    m_module.didDestroy = [&](PP_Instance dying) {
+        if (++ends == 1) isDestroyedAgain = m_host->destroy(dying);
+    };
+    EXPECT_TRUE(m_host->destroy(instance));
+    EXPECT_EQ(ends, 1);
+    EXPECT_FALSE(isDestroyedAgain);
+    m_module.didDestroy = nullptr;
+}
+
 TEST_F(ADestroyedInstance, MayBeDestroyedByAHook) {
     host::PluginHost::Options options;
     options.onMessage = [&](const host::Message& message) { m_host->destroy(message.instance); };
@@ -281,6 +331,21 @@ TEST_F(AMessageToThePage, PostedInDidCreateArrivesOnceTheElementIsReady) {
     page();
     EXPECT_THAT(early, IsEmpty());
     EXPECT_THAT(arrived(), ElementsAre(Value("first"), Value("second")));
+}
+
+TEST_F(AMessageToThePage, PostedWhileThoseOfDidCreateArriveComesAfterThem) {
+    m_module.didCreate = [](PP_Instance instance, const host::Attributes&) {
+        postText(instance, "first");
+        postText(instance, "second");
+        return true;
+    };
+    host::PluginHost::Options options;
+    options.onMessage = [](const host::Message& message) {
+        if (message.value != Value("first")) return;
+        std::thread([&] { postText(message.instance, "third"); }).join();
+    };
+    page(std::move(options));
+    EXPECT_THAT(arrived(), ElementsAre(Value("first"), Value("second"), Value("third")));
 }
 
 TEST_F(AMessageToThePage, PostedInDidDestroyOrLaterIsLost) {

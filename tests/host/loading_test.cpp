@@ -145,6 +145,15 @@ TEST_F(AModule, HasItsCallsToldToAHook) {
                             "Run returned", "PostMessage", "CallOnMainThread"));
 }
 
+TEST_F(AModule, ThatAsksForAnInterfaceWithoutANameGetsNone) {
+    support::EventLog calls;
+    PluginHost::Options options;
+    options.onCall = [&](const std::string& call) { calls.add(call); };
+    page(std::move(options));
+    EXPECT_EQ(m_module.getInterface(nullptr), nullptr);
+    EXPECT_THAT(calls.all(), Contains("GetInterface (null)"));
+}
+
 TEST_F(AModule, IsTheOnlyOneOfItsProcess) {
     const PP_Instance instance = page();
     PluginHost::Options options;
@@ -261,6 +270,29 @@ TEST_F(AModule, IsNotDrainedWhileItsHandlersLoopStands) {
     release.give();
     EXPECT_TRUE(m_host->drain(instance));
     EXPECT_THROW(m_host->runOnMain([&] { m_host->drain(instance); }), std::logic_error);
+}
+
+TEST_F(AModule, IsDrainedWhenItsHandlersLoopDiesMeanwhile) {
+    ScriptedHandler handler;
+    const PP_Instance instance = page();
+    support::Signal attached;
+    support::Signal release;
+    std::thread thread([&] {
+        const PP_Resource loop = support::loops().Create(instance);
+        EXPECT_EQ(support::loops().AttachToCurrentThread(loop), PP_OK);
+        EXPECT_EQ(handler.registerOn(instance, loop), PP_OK);
+        support::core().ReleaseResource(loop);
+        attached.give();
+        EXPECT_TRUE(release.wait());
+    });
+    ASSERT_TRUE(attached.wait());
+    std::thread end([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the drain waits by then
+        release.give();
+    });
+    EXPECT_TRUE(m_host->drain(instance, support::kLongEnough));
+    end.join();
+    thread.join();
 }
 
 TEST(AModuleFile, ThatIsNotThereIsNamed) {

@@ -5,8 +5,6 @@
 
 #include "browser_tables.h"
 #include "host/value_json.h"
-#include "ppapi/c/ppp_instance.h"
-#include "ppapi/c/ppp_messaging.h"
 
 namespace {
 
@@ -57,8 +55,10 @@ void shutdownModule() { g_module->calls.add("PPP_ShutdownModule"); }
 
 const void* getModuleInterface(const char* name) {
     g_module->calls.add(std::string("PPP_GetInterface ") + name);
-    if (std::strcmp(name, "PPP_Instance;1.1") == 0 && g_module->hasInstances) return &kInstance;
-    if (std::strcmp(name, "PPP_Messaging;1.0") == 0 && g_module->hasMessaging) return &kMessaging;
+    if (std::strcmp(name, "PPP_Instance;1.1") == 0 && g_module->hasInstances)
+        return &g_module->instances;
+    if (std::strcmp(name, "PPP_Messaging;1.0") == 0 && g_module->hasMessaging)
+        return &g_module->messaging;
     return nullptr;
 }
 
@@ -89,7 +89,7 @@ void onDestroy(PP_Instance instance, void* userData) {
 
 }  // namespace
 
-ScriptedModule::ScriptedModule() {
+ScriptedModule::ScriptedModule() : instances(kInstance), messaging(kMessaging) {
     if (g_module != nullptr) throw std::logic_error("there is a scripted module already");
     g_module = this;
 }

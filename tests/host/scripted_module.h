@@ -6,7 +6,9 @@
 
 #include "event_log.h"
 #include "host/plugin_host.h"
+#include "ppapi/c/ppp_instance.h"
 #include "ppapi/c/ppp_message_handler.h"
+#include "ppapi/c/ppp_messaging.h"
 
 /// A module in the test program, written against the C interfaces; a test says what it does. There
 /// is one at a time. What is set must be set before the host may call it.
@@ -22,6 +24,9 @@ class ScriptedModule {
     std::int32_t initResult = 0;
     bool hasInstances = true;
     bool hasMessaging = true;
+    /// What the host gets of them.
+    PPP_Instance_1_1 instances;
+    PPP_Messaging_1_0 messaging;
 
     /// Default: true.
     std::function<bool(PP_Instance, const host::Attributes&)> didCreate;

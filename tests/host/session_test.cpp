@@ -113,6 +113,15 @@ TEST_F(ASession, TakesTheGrantsAwayWithTheInstance) {
     EXPECT_EQ(table->GetEmbedderName(m_ids[0]).type, PP_VARTYPE_UNDEFINED);
 }
 
+TEST_F(ASession, LeavesTheGrantsToAnInstanceUntilItsEnd) {
+    Session& session = start();
+    std::vector<std::pair<std::string, std::string>> atTheEnd;
+    m_module.didDestroy = [&](PP_Instance instance) { atTheEnd.push_back(ask(instance)); };
+    session.destroy(1);
+    EXPECT_THAT(atTheEnd, ElementsAre(Pair("yes", "no")));
+    session.unload();
+}
+
 TEST_F(ASession, WithoutAnApplicationOffersNoVendorInterface) {
     Session& session = start(std::nullopt);
     EXPECT_THAT(m_answers, ElementsAre(Pair("no interface", "no interface")));

@@ -29,6 +29,7 @@ class ATracedProgram : public ::testing::Test {
                       support::ProcessOptions options = {}) {
         options.input = input;
         options.environment.push_back("HT_TRACE=" + traceFile);
+        options.timeout = std::chrono::seconds(110);  // with a sanitizer, and many tests at once
         return support::runProcess({support::builtPath("bin/sso-host"), "--module",
                                     support::modulePath(), "--grant", "partner"},
                                    options);

@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <fstream>
 #include <functional>
 #include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "sanitizer.h"
 #include "special_numbers.h"
 
 namespace {
@@ -219,6 +222,35 @@ TEST(TheTypesOfValues, HaveNames) {
     EXPECT_STREQ(typeName(Value::Type::Array), "array");
     EXPECT_STREQ(typeName(Value::Type::Dictionary), "dictionary");
     EXPECT_STREQ(typeName(Value::Type::Buffer), "arraybuffer");
+}
+
+/// Bytes of memory that a test can take without harm to others.
+std::size_t freeMemory() {
+    std::ifstream info("/proc/meminfo");
+    for (std::string name; info >> name;) {
+        if (std::size_t kilobytes = 0; name == "MemAvailable:" && info >> kilobytes) {
+            return kilobytes * 1024;
+        }
+    }
+    return 0;
+}
+
+TEST(AValue, HasNoMoreBytesThanPepperCanCount) {
+    if (SSO_SANITIZED != 0) {
+        GTEST_SKIP() << "a sanitizer's own memory of 4 GiB takes it a minute and more";
+    }
+    constexpr std::size_t kTooMany = std::size_t{1} << 32;
+    if (freeMemory() < 2 * kTooMany) {
+        GTEST_SKIP() << "there is not twice the memory of a buffer of 4 GiB";
+    }
+    try {
+        const Value value{Value::Buffer(kTooMany)};
+        FAIL() << "no exception";
+    } catch (const host::ValueSizeError& error) {
+        EXPECT_STREQ(error.what(),
+                     "4294967296 bytes, and a message's text or buffer has at most 4294967295");
+    }
+    EXPECT_THROW(Value(std::string(kTooMany, 'x')), host::ValueSizeError);
 }
 
 }  // namespace

@@ -235,6 +235,44 @@ TEST_F(AVar, ThatNeverWasIsReportedOnUse) {
                                                  HasSubstr("unknown"), HasSubstr("987654321"))));
 }
 
+TEST_F(AVar, ThatNeverWasIsReportedWithTheCallThatUsesIt) {
+    const PP_Var string = forgedVar(PP_VARTYPE_STRING, 987654321);
+    const PP_Var array = forgedVar(PP_VARTYPE_ARRAY, 987654321);
+    const PP_Var dictionary = forgedVar(PP_VARTYPE_DICTIONARY, 987654321);
+    const PP_Var buffer = forgedVar(PP_VARTYPE_ARRAY_BUFFER, 987654321);
+    const PP_Var key = text("key");
+    std::uint32_t size = 0;
+    const struct {
+        std::string call;
+        std::string type;
+        std::function<void()> use;
+    } rows[] = {
+        {"PPB_Var.AddRef", "string", [&] { vars().AddRef(string); }},
+        {"PPB_Var.Release", "string", [&] { vars().Release(string); }},
+        {"PPB_Var.VarToUtf8", "string", [&] { vars().VarToUtf8(string, &size); }},
+        {"PPB_VarArray.Get", "array", [&] { arrays().Get(array, 0); }},
+        {"PPB_VarArray.Set", "array", [&] { arrays().Set(array, 0, PP_MakeNull()); }},
+        {"PPB_VarArray.GetLength", "array", [&] { arrays().GetLength(array); }},
+        {"PPB_VarArray.SetLength", "array", [&] { arrays().SetLength(array, 1); }},
+        {"PPB_VarArrayBuffer.ByteLength", "array buffer",
+         [&] { support::buffers().ByteLength(buffer, &size); }},
+        {"PPB_VarArrayBuffer.Map", "array buffer", [&] { support::buffers().Map(buffer); }},
+        {"PPB_VarDictionary.Get", "dictionary", [&] { dictionaries().Get(dictionary, key); }},
+        {"PPB_VarDictionary.Set", "dictionary",
+         [&] { dictionaries().Set(dictionary, key, PP_MakeNull()); }},
+        {"PPB_VarDictionary.Delete", "dictionary", [&] { dictionaries().Delete(dictionary, key); }},
+        {"PPB_VarDictionary.HasKey", "dictionary", [&] { dictionaries().HasKey(dictionary, key); }},
+        {"PPB_VarDictionary.GetKeys", "dictionary", [&] { dictionaries().GetKeys(dictionary); }},
+    };
+    std::vector<std::string> expected;
+    for (const auto& [call, type, use] : rows) {
+        use();
+        expected.push_back(call + ": unknown or long dead " + type + " var 987654321");
+    }
+    vars().Release(key);
+    EXPECT_EQ(newProblems(), expected);
+}
+
 TEST_F(AVar, WithAnotherTypesTagIsReportedOnUse) {
     const PP_Var string = text("no array");
     const PP_Var forged = forgedVar(PP_VARTYPE_ARRAY, string.value.as_id);
@@ -362,6 +400,8 @@ TEST_F(AVar, HasItsWholeLifeRecorded) {
     table().recordOperations(false);
     vars().Release(text("not recorded"));
     EXPECT_THAT(operations(), SizeIs(8)) << "what was recorded stays";
+    table().reset();
+    EXPECT_THAT(operations(), IsEmpty());
     table().recordOperations(true);
     EXPECT_THAT(operations(), IsEmpty());
 }

@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <string>
@@ -36,6 +37,22 @@ class AConversion : public VarTest {
         return back;
     }
 };
+
+// A sanitizer sees when a number is read as an enumeration that cannot hold it.
+TEST_F(AConversion, TakesABoolOfAnyOtherNumberForTrue) {
+    PP_Var var = PP_MakeBool(PP_TRUE);
+    var.value.as_int = 8738;
+    EXPECT_EQ(support::valueOf(var), Value(true));
+}
+
+TEST_F(AConversion, RefusesAVarOfATypeThatThereIsNot) {
+    PP_Var var = PP_MakeInt32(1);
+    const int number = 8738;
+    static_assert(sizeof var.type == sizeof number, "the type is as wide as in C");
+    std::memcpy(&var.type, &number, sizeof number);
+    EXPECT_EQ(toValue("test", var).reason, "it contains a dead var");
+    EXPECT_THAT(newProblems(), ElementsAre("test: unknown or long dead var var 1"));
+}
 
 TEST_F(AConversion, ThereAndBackKeepsEveryValue) {
     const std::vector<Value> values = {

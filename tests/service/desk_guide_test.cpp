@@ -128,27 +128,13 @@ TEST(TheTableOfOutcomes, IsTrueWithAtMostTwoVerbsEach) {
     }
 }
 
-/// The commands of a block as a terminal shows them, each with what it prints.
-std::vector<std::pair<std::string, std::string>> commandsOf(const std::string& text) {
-    std::vector<std::pair<std::string, std::string>> commands;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.rfind("$ ", 0) == 0) {
-            commands.emplace_back(line.substr(2), "");
-        } else {
-            commands.at(commands.size() - 1).second += line + "\n";
-        }
-    }
-    return commands;
-}
-
 TEST(TheGuideOfTheDesk, ShowsWhatItsCommandsPrint) {
     Desk desk;
     int count = 0;
     for (const docs::Block& block : guide().blocks) {
         if (block.language == "scenario") desk.folder().write("here/my.scenario", block.text);
         if (block.language != "console") continue;
-        for (const auto& [command, printed] : commandsOf(block.text)) {
+        for (const auto& [command, printed] : docs::commandsOf(block)) {
             SCOPED_TRACE(command);
             EXPECT_EQ(desk.bash("{ " + command + "\n} 2>&1").output, printed);
             ++count;

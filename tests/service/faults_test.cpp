@@ -1,5 +1,5 @@
-// The service, the bus, and the process that uses them end at any moment: every operation has one callback, and what
-// was acknowledged is kept.
+// The service, the bus, the agent that shows windows, and the process that uses them end at any moment: every operation
+// has one callback, and what was acknowledged is kept.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -8,10 +8,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <deque>
-#include <mutex>
 #include <random>
 #include <set>
 #include <string>
@@ -19,97 +16,27 @@
 #include <vector>
 
 #include "database.h"
+#include "operations_under_way.h"
+#include "rounds.h"
 #include "service_process.h"
 #include "sso_api.h"
-#include "sso_api_control.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using support::rounds;
 using Clock = std::chrono::steady_clock;
-
-/// How often each fault is repeated: SSO_TEST_ROUNDS, for those who have time.
-int rounds(int usual) {
-    const char* text = std::getenv("SSO_TEST_ROUNDS");
-    return text != nullptr ? std::atoi(text) : usual;
-}
-
-/// Operations that are under way, with what became of each.
-class Operations {
-  public:
-    struct One {
-        Operations* owner = nullptr;
-        std::string name;
-        std::atomic<int> callbacks{0};
-        std::atomic<int> result{0};
-    };
-
-    ~Operations() { sso_give_proxy(); }
-
-    /// Adds a mapping with this partner's user.
-    void add(const std::string& cpUid) {
-        One& one = m_all.emplace_back();
-        one.owner = this;
-        one.name = cpUid;
-        const int started =
-            sso_add_cp_account_mapping_info("app", "partner", cpUid.c_str(), &ended, &one);
-        if (started != SSO_ERROR_NOT_STARTED) {
-            ++m_started;
-        } else {
-            ++one.callbacks;  // it will have none
-            one.result = started;
-        }
-    }
-
-    bool wait(std::chrono::milliseconds bound) {
-        std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, bound, [&] { return m_ended == m_started; });
-    }
-
-    void expectOneCallbackEach() const {
-        for (const One& one : m_all) EXPECT_EQ(one.callbacks, 1) << one.name;
-    }
-
-    /// Those that were acknowledged.
-    std::set<std::string> done() const {
-        std::set<std::string> names;
-        for (const One& one : m_all) {
-            if (one.result == SSO_OK) names.insert(one.name);
-        }
-        return names;
-    }
-
-    int started() const { return m_started; }
-
-  private:
-    static int ended(void* user, int result) {
-        One& one = *static_cast<One*>(user);
-        ++one.callbacks;
-        one.result = result;
-        const std::lock_guard lock(one.owner->m_mutex);
-        ++one.owner->m_ended;
-        one.owner->m_changed.notify_all();
-        return 0;
-    }
-
-    std::deque<One> m_all;
-    int m_started = 0;
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_ended = 0;
-};
 
 class WhenSomethingIsKilled : public ::testing::Test {
   protected:
     void SetUp() override { start(); }
 
     /// Somebody is signed in who has no mapping.
-    void start() {
+    void start(const std::string& further = "") {
         ServiceProcess::instance().requireBus();
-        ASSERT_EQ(
-            sso_api_control_set_account(
-                R"({"account": {"loginId": "l", "uid": "u", "guid": "g", "authToken": "t"}})"),
-            SSO_OK);
+        ASSERT_TRUE(ServiceProcess::instance().load(
+            R"({"account": {"loginId": "l", "uid": "u", "guid": "g", "authToken": "t"})" + further +
+            "}"));
     }
 
     void expectKept(const std::set<std::string>& acknowledged) {
@@ -125,37 +52,67 @@ class WhenSomethingIsKilled : public ::testing::Test {
     }
 };
 
-TEST_F(WhenSomethingIsKilled, AThousandOperationsHaveOneCallbackEachAsTheServiceEnds) {
+struct Victim {
+    const char* name;
+    void (*kill)(ServiceProcess& process);
+};
+
+class AThousandOperations : public WhenSomethingIsKilled,
+                            public ::testing::WithParamInterface<Victim> {};
+
+TEST_P(AThousandOperations, HaveOneCallbackEachAsItEnds) {
     for (int round = 0; round < rounds(4); ++round) {
         SCOPED_TRACE(round);
         start();
-        Operations operations;
+        ServiceProcess& process = ServiceProcess::instance();
+        process.startAgent();
+        OperationsUnderWay operations;
         std::thread killer([&] {
             std::this_thread::sleep_for(upTo(300000));
-            ServiceProcess::instance().killService(SIGKILL);
+            GetParam().kill(process);
         });
-        for (int i = 0; i < 1000; ++i) operations.add("user-" + std::to_string(i));
+        for (int i = 0; i < 980; ++i) {
+            operations.addMapping("user-" + std::to_string(i));
+            if (i % 49 == 0) operations.showLogin();
+        }
         killer.join();
+        // Without a service its agent has nothing to show; without its agent every popup ends.
+        process.killAgent();
         ASSERT_TRUE(operations.wait(20s));
         operations.expectOneCallbackEach();
         expectKept(operations.done());
     }
 }
 
-TEST_F(WhenSomethingIsKilled, AThousandOperationsHaveOneCallbackEachAsTheBusEnds) {
+INSTANTIATE_TEST_SUITE_P(
+    WhenKilled, AThousandOperations,
+    ::testing::Values(Victim{"TheService",
+                             [](ServiceProcess& process) { process.killService(SIGKILL); }},
+                      Victim{"TheBus", [](ServiceProcess& process) { process.killBus(); }},
+                      Victim{"TheAgent", [](ServiceProcess& process) { process.killAgent(); }}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(WhenSomethingIsKilled, ThePopupsOfAnAgentAreCancelledAndNothingElse) {
     for (int round = 0; round < rounds(4); ++round) {
         SCOPED_TRACE(round);
         start();
-        Operations operations;
-        std::thread killer([&] {
-            std::this_thread::sleep_for(upTo(300000));
-            ServiceProcess::instance().killBus();
-        });
-        for (int i = 0; i < 1000; ++i) operations.add("user-" + std::to_string(i));
-        killer.join();
-        ASSERT_TRUE(operations.wait(20s));
-        operations.expectOneCallbackEach();
-        expectKept(operations.done());
+        ServiceProcess& process = ServiceProcess::instance();
+        const auto service = process.service();
+        process.startAgent();
+        OperationsUnderWay popups;
+        OperationsUnderWay mappings;
+        for (int i = 0; i < 20; ++i) popups.showLogin();
+        for (int i = 0; i < 100; ++i) mappings.addMapping("user-" + std::to_string(i));
+        EXPECT_FALSE(popups.wait(upTo(100000)));
+        process.killAgent();
+        EXPECT_TRUE(popups.wait(2s));
+        popups.expectOneCallbackEach();
+        EXPECT_EQ(popups.count(SSO_ERROR_CANCELLED), 20);
+        EXPECT_TRUE(mappings.wait(20s));
+        mappings.expectOneCallbackEach();
+        EXPECT_EQ(mappings.count(SSO_OK), 100);
+        expectKept(mappings.done());
+        EXPECT_EQ(process.service(), service);
     }
 }
 
@@ -184,9 +141,9 @@ TEST_F(WhenSomethingIsKilled, WhatWasAcknowledgedIsKeptWhateverWasWritten) {
             ServiceProcess::instance().killService(SIGKILL);
             killed = true;
         });
-        Operations operations;
+        OperationsUnderWay operations;
         for (int i = 0; !killed; ++i) {
-            operations.add("round-" + std::to_string(round) + "-" + std::to_string(i));
+            operations.addMapping("round-" + std::to_string(round) + "-" + std::to_string(i));
             ASSERT_TRUE(operations.wait(20s));
         }
         killer.join();
@@ -223,19 +180,16 @@ TEST_F(ASilentService, FailsQueriesWithinTheirBound) {
 
 TEST_F(ASilentService, StartsNothing) {
     ServiceProcess::instance().killService(SIGSTOP);
-    Operations operations;
-    operations.add("user");
-    EXPECT_EQ(operations.started(), 0);
+    OperationsUnderWay operations;
+    operations.addMapping("user");
+    EXPECT_EQ(operations.countStarted(), 0);
 }
 
 TEST_F(ASilentService, EndsWhatWasUnderWay) {
-    ASSERT_EQ(sso_api_control_set_account(
-                  R"({"account": {"loginId": "l", "uid": "u", "guid": "g", "authToken": "t"},
-                      "requestDelayMs": 60000})"),
-              SSO_OK);
-    Operations operations;
-    for (int i = 0; i < 100; ++i) operations.add("user-" + std::to_string(i));
-    EXPECT_EQ(operations.started(), 100);
+    start(R"(, "requestDelayMs": 60000)");
+    OperationsUnderWay operations;
+    for (int i = 0; i < 100; ++i) operations.addMapping("user-" + std::to_string(i));
+    EXPECT_EQ(operations.countStarted(), 100);
     ServiceProcess::instance().killService(SIGSTOP);
     EXPECT_TRUE(operations.wait(8s));
     operations.expectOneCallbackEach();
@@ -243,12 +197,9 @@ TEST_F(ASilentService, EndsWhatWasUnderWay) {
 }
 
 TEST_F(ASilentService, DoesNotHoldUpTheEnd) {
-    ASSERT_EQ(sso_api_control_set_account(
-                  R"({"account": {"loginId": "l", "uid": "u", "guid": "g", "authToken": "t"},
-                      "requestDelayMs": 60000})"),
-              SSO_OK);
-    Operations operations;
-    operations.add("user");
+    start(R"(, "requestDelayMs": 60000)");
+    OperationsUnderWay operations;
+    operations.addMapping("user");
     ServiceProcess::instance().killService(SIGSTOP);
     const auto before = Clock::now();
     EXPECT_EQ(sso_give_proxy(), SSO_OK);

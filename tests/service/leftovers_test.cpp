@@ -9,13 +9,15 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "module_path.h"
+#include "process_file.h"
+#include "rounds.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -23,16 +25,12 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-int rounds(int usual) {
-    const char* text = std::getenv("SSO_TEST_ROUNDS");
-    return text != nullptr ? std::atoi(text) : usual;
-}
-
 /// A program that would go on, as its input does, which the caller closes.
 pid_t start(const fs::path& folder, int (&input)[2]) {
     if (pipe2(input, O_CLOEXEC) != 0) return -1;
     const pid_t child = fork();
     if (child == 0) {
+        ::signal(SIGINT, SIG_DFL);  // which is ignored in the background of a shell's script
         setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
         setenv("XDG_DATA_HOME", folder.c_str(), 1);
         unsetenv("DBUS_SESSION_BUS_ADDRESS");
@@ -62,14 +60,23 @@ std::vector<std::string> processesOf(const fs::path& folder) {
         if (name.find_first_not_of("0123456789") != std::string::npos) continue;
         if (name == std::to_string(getpid())) continue;
         const auto read = [&](const char* what) {
-            std::ifstream file(entry.path() / what);
-            return std::string(std::istreambuf_iterator<char>(file), {});
+            return support::processFile(entry.path() / what);
         };
         if (read("environ").find(folder.string()) != std::string::npos) {
             found.push_back(name + " " + read("cmdline"));
         }
     }
     return found;
+}
+
+/// Waits until it is, for a minute at most: many tests may run at once.
+bool isSoon(const std::function<bool()>& what) {
+    const auto end = std::chrono::steady_clock::now() + 60s;
+    while (!what()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(20ms);
+    }
+    return true;
 }
 
 TEST(ManyPrograms, LeaveNoProcessAndNoSocketHoweverTheyEnd) {
@@ -79,10 +86,14 @@ TEST(ManyPrograms, LeaveNoProcessAndNoSocketHoweverTheyEnd) {
     fs::permissions(path, fs::perms::owner_all);
     std::mt19937 random{20261122};
     const int signals[] = {SIGINT, SIGTERM, SIGKILL};
-    for (int round = 0; round < rounds(12); ++round) {
+    for (int round = 0; round < support::rounds(12); ++round) {
         int input[2] = {-1, -1};
         const pid_t program = start(path, input);
         ASSERT_GT(program, 0);
+        if (round == 0) {
+            // One of them has something to leave.
+            ASSERT_TRUE(isSoon([&] { return fs::exists(path / "sso-desk/states/test.db"); }));
+        }
         std::this_thread::sleep_for(
             std::chrono::microseconds(std::uniform_int_distribution<int>(0, 100000)(random)));
         kill(program, signals[round % 3]);
@@ -92,11 +103,7 @@ TEST(ManyPrograms, LeaveNoProcessAndNoSocketHoweverTheyEnd) {
         close(input[1]);
     }
     // The bus ends when nobody has used it for two seconds.
-    const auto end = std::chrono::steady_clock::now() + 10s;
-    while (fs::exists(path / "sso-desk-bus" / "bus") && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(20ms);
-    }
-    std::this_thread::sleep_for(100ms);
+    isSoon([&] { return processesOf(path).empty(); });
     EXPECT_EQ(processesOf(path), std::vector<std::string>());
     // What is kept is there, and nothing of the bus.
     std::vector<std::string> left;

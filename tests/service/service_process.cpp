@@ -1,17 +1,22 @@
 #include "service_process.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
-#include "service/bus_client.h"
-
 namespace {
+
+constexpr const char* kState = "test";
+constexpr const char* kAgentKey = "agent-of-tests";
 
 struct Unref {
     void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
@@ -31,12 +36,27 @@ ServiceProcess::ServiceProcess() {
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     requireBus();
     setenv("SSO_BUS_ADDRESS", m_bus->address().c_str(), 1);
-    setenv("SSO_STATE", "test", 1);
+    setenv("SSO_STATE", kState, 1);
+    setenv("SSO_AGENT", kAgentKey, 1);
 }
 
 void ServiceProcess::requireBus() {
     m_bus.reset();
     m_bus.emplace(service::BusHold::get(SSO_TEST_SSOD));
+}
+
+bool ServiceProcess::load(const std::string& json) {
+    service::BusClient client(m_bus->address());
+    int exitCode = -1;
+    client.callAndWait(
+        bus::control::kRun, service::pathOf(kState),
+        [&](sd_bus_message* call) {
+            return sd_bus_message_append(call, bus::control::kRun.in, 2, "state", "load",
+                                         json.c_str());
+        },
+        std::chrono::seconds(10),
+        [&](sd_bus_message* answer) { sd_bus_message_read(answer, "i", &exitCode); });
+    return exitCode == 0;
 }
 
 std::optional<pid_t> ServiceProcess::processOf(const char* name) {
@@ -60,7 +80,7 @@ std::optional<pid_t> ServiceProcess::processOf(const char* name) {
 }
 
 void ServiceProcess::killService(int signal) {
-    if (const auto process = processOf(service::kBusName)) kill(*process, signal);
+    if (const auto process = service()) kill(*process, signal);
 }
 
 void ServiceProcess::killBus() {
@@ -79,6 +99,30 @@ pid_t ServiceProcess::startUser() {
         _exit(127);
     }
     return child;
+}
+
+void ServiceProcess::startAgent() {
+    int ready[2] = {-1, -1};
+    if (pipe2(ready, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    m_agent = fork();
+    if (m_agent == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // whatever becomes of the test
+        dup2(ready[1], STDOUT_FILENO);
+        execl(SSO_TEST_AGENT, SSO_TEST_AGENT, m_bus->address().c_str(), kState, kAgentKey, nullptr);
+        _exit(127);
+    }
+    close(ready[1]);
+    char letter = 0;
+    const bool isKnown = read(ready[0], &letter, 1) == 1;
+    close(ready[0]);
+    if (!isKnown) throw std::runtime_error("the agent cannot be registered");
+}
+
+void ServiceProcess::killAgent() {
+    if (m_agent < 0) return;
+    kill(m_agent, SIGKILL);
+    waitpid(m_agent, nullptr, 0);
+    m_agent = -1;
 }
 
 std::filesystem::path ServiceProcess::database() const {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "service/bus_address.h"
+#include "service/bus_client.h"
 #include "temporary_folder.h"
 
 /// The account service of this process's client library, on a private bus below a folder of its own.
@@ -18,12 +19,20 @@ class ServiceProcess {
 
     /// Starts the bus when it is not there.
     void requireBus();
+    /// Replaces all of the state. @return whether the service took it.
+    bool load(const std::string& json);
     /// Sends a signal to the service, if it runs; starts none.
     void killService(int signal);
+    /// The service's process; nothing when it does not run.
+    std::optional<pid_t> service() { return processOf(service::kBusName); }
     /// Ends the bus by SIGKILL, and waits until it is gone.
     void killBus();
     /// Starts a process that adds mappings until it is ended.
     pid_t startUser();
+    /// Starts a process that is the agent of this process's popups, and waits until it is.
+    void startAgent();
+    /// Ends it by SIGKILL; nothing when there is none.
+    void killAgent();
 
     /// The file of the state.
     std::filesystem::path database() const;
@@ -35,6 +44,7 @@ class ServiceProcess {
 
     support::TemporaryFolder m_folder;
     std::optional<service::BusHold> m_bus;
+    pid_t m_agent = -1;
 };
 
 #endif

@@ -11,10 +11,13 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <string>
 
 #include "account/account_file.h"
 #include "database.h"
+#include "read_only_folder.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -192,11 +195,17 @@ TEST_F(AStore, ThatIsNoDatabaseIsRefusedAndLeftAsItIs) {
     EXPECT_THAT(text, HasSubstr("This is a text"));
 }
 
+/// Most programs give their databases neither a version nor an id.
 TEST_F(AStore, OfAnotherProgramIsRefusedAndLeftAsItIs) {
-    execute("CREATE TABLE theirs (x); PRAGMA user_version = 1; PRAGMA application_id = 77");
-    EXPECT_EQ(errorOf(file()),
-              file().string() + " cannot be used: is a database of another program");
-    execute("INSERT INTO theirs VALUES (1)");
+    for (const char* marks : {"", "PRAGMA user_version = 1; PRAGMA application_id = 77"}) {
+        SCOPED_TRACE(marks);
+        fs::remove(file());
+        execute(std::string("CREATE TABLE theirs (x);") + marks);
+        const std::string before = m_folder.read("state.db");
+        EXPECT_EQ(errorOf(file()),
+                  file().string() + " cannot be used: is a database of another program");
+        EXPECT_EQ(m_folder.read("state.db"), before);
+    }
 }
 
 TEST_F(AStore, OfANewerVersionIsRefusedWithTheCure) {
@@ -239,6 +248,98 @@ TEST_F(AStore, BehindALinkIsRefused) {
     fs::create_symlink(m_folder.path("elsewhere"), file());
     EXPECT_THAT(errorOf(file()), HasSubstr("Too many levels of symbolic links"));
     EXPECT_FALSE(fs::exists(m_folder.path("elsewhere")));
+}
+
+/// A folder in which nothing can be changed any more, with a store in it.
+class AReadOnlyStore : public AStore {
+  protected:
+    void SetUp() override {
+        if (!m_sealed.obstacle().empty()) {
+            GTEST_SKIP() << "no file system can be mounted here: " << m_sealed.obstacle();
+        }
+        Store(place()).replace(everything(), {{"made", "1"}});
+    }
+
+    /// In a folder of its own.
+    fs::path place() const { return m_place / "state.db"; }
+
+    const fs::path m_place = [this] {
+        fs::create_directory(m_folder.path("sealed"));
+        return fs::path(m_folder.path("sealed"));
+    }();
+    ReadOnlyFolder m_sealed{m_place};
+};
+
+TEST_F(AReadOnlyStore, IsRefusedWithTheReasonAndLeftAsItIs) {
+    const std::string before = m_folder.read("sealed/state.db");
+    m_sealed.seal();
+    EXPECT_THAT(errorOf(place()), ::testing::AnyOf(place().string() + ": Read-only file system",
+                                                   place().string() + ": Permission denied"));
+    EXPECT_THAT(errorOf(m_place / "another.db"), HasSubstr((m_place / "another.db").string()));
+    EXPECT_EQ(m_folder.read("sealed/state.db"), before);
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_place), {}), 1);
+}
+
+/// Takes the right to write from every database that is opened from now on, while it lives, and when it is told.
+class WriteSwitch {
+  public:
+    WriteSwitch() {
+        s_opened = nullptr;
+        sqlite3_auto_extension(reinterpret_cast<void (*)()>(&onOpen));
+    }
+    ~WriteSwitch() { sqlite3_cancel_auto_extension(reinterpret_cast<void (*)()>(&onOpen)); }
+    WriteSwitch(const WriteSwitch&) = delete;
+    WriteSwitch& operator=(const WriteSwitch&) = delete;
+
+    static void set(bool mayWrite) {
+        ASSERT_NE(s_opened, nullptr);
+        const char* sql = mayWrite ? "PRAGMA query_only = OFF" : "PRAGMA query_only = ON";
+        ASSERT_EQ(sqlite3_exec(s_opened, sql, nullptr, nullptr, nullptr), SQLITE_OK);
+    }
+
+  private:
+    static int onOpen(sqlite3* database, char** /*error*/, const void* /*functions*/) {
+        s_opened = database;
+        return SQLITE_OK;
+    }
+    static inline sqlite3* s_opened = nullptr;
+};
+
+TEST_F(AStore, ThatBecomesReadOnlyAnswersAndKeepsWhatItHas) {
+    const WriteSwitch writing;
+    Store store(file());
+    store.replace(everything(), {{"setting", "before"}});
+    account::Account account(store.load(), &store);
+    const std::string before = account::toJson(account.description());
+    WriteSwitch::set(false);
+    const std::function<void()> changes[] = {
+        [&] {
+            account.addMapping({"app", "partner", "new"});
+        },
+        [&] {
+            account.removeMapping({"a", "b", ""});
+        },
+        [&] { account.signIn("robin" + kHostile); },
+        [&] { account.signOut(); },
+        [&] { account.accessToken(kHostile + "id", kHostile + "s", 999999999999999); },
+        [&] { account.endTerms(account::PopupState::Completed, kHostile); },
+        [&] { store.replace(Description(), {}); },
+        [&] { store.setValue("setting", "after"); },
+    };
+    for (const auto& change : changes) {
+        try {
+            change();
+            ADD_FAILURE() << "change " << &change - changes << " was taken";
+        } catch (const StoreError& error) {
+            EXPECT_EQ(std::string(error.what()), "attempt to write a readonly database");
+        }
+        EXPECT_EQ(account::toJson(account.description()), before) << &change - changes;
+    }
+    EXPECT_EQ(account::toJson(store.load()), before);
+    EXPECT_EQ(store.value("setting"), "before");
+    WriteSwitch::set(true);
+    EXPECT_EQ(account.addMapping({"app", "partner", "new"}), account::Outcome::Ok);
+    EXPECT_EQ(account::toJson(Store(file()).load()), account::toJson(account.description()));
 }
 
 /// A file that may grow no more is what a full disk is for a program.

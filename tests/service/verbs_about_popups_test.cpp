@@ -53,6 +53,9 @@ TEST_F(AnOpenPopup, IsFilled) {
     open(PopupKind::Terms, ":agent");
     EXPECT_EQ(refused("popup fill loginId"),
               "a field must be NAME=TEXT, such as loginId=kim@user.example");
+    EXPECT_EQ(refused("popup fill password=kim-password"),
+              "there is no field password but loginId and displayName; a password comes with "
+              "--password-stdin, so that it is in no list of processes");
     const Json filled =
         done("popup fill loginId=kim --kind login --password-stdin --submit", "kim-password\n");
     EXPECT_EQ(filled.dump(), R"({"popup":1,"kind":"login","submitted":true})");

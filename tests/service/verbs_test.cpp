@@ -103,7 +103,7 @@ TEST_F(AnOperation, IsKnownByEachCommandOfTheProtocolInThreeSpellings) {
         if (row.operations.empty()) continue;
         EXPECT_EQ(service::operationsFrom(row.command), row.operations);
         EXPECT_EQ(service::operationsFrom(row.shortName), row.operations);
-        EXPECT_EQ(service::operationsFrom(std::string(row.command).substr(11)), row.operations);
+        EXPECT_EQ(service::operationsFrom(row.command.substr(11)), row.operations);
     }
 }
 
@@ -179,6 +179,9 @@ TEST_F(WhatSsoctlDoes, IsUnderstoodHere) {
     EXPECT_EQ(done("watch --count 3 --for 1m").dump(), R"({"count":3,"forMs":60000})");
     EXPECT_EQ(done("wait-for popup kind=login").dump(),
               R"({"members":{"event":"popup","kind":"login"},"withinMs":30000})");
+    EXPECT_EQ(refused("wait-for popup what=open"),
+              "the event popup has no member what; it has popup, kind, is, state");
+    EXPECT_EQ(runWords({"wait-for", "popup-opened"}).exitCode, service::kVerbUnknown);
     EXPECT_EQ(refused("wait-for popup login"), "a member must be NAME=VALUE, such as kind=login");
 }
 

@@ -5,10 +5,12 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "sanitizer.h"
+
 namespace support {
 
-/// Far longer than anything takes: reached only when a test has failed.
-constexpr std::chrono::seconds kLongEnough{20};
+/// Far longer than anything takes: reached only when a test has failed. Less than a whole test has.
+constexpr std::chrono::seconds kLongEnough{SSO_SANITIZED != 0 ? 20 : 8};
 
 /// What one thread tells others, once.
 class Signal {

@@ -3,6 +3,7 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "embedder/input_error.h"
 
@@ -26,6 +27,11 @@ class ManifestError : public InputError {
 
 /// @throws ManifestError  when the file is missing, is no JSON, or breaks a rule above.
 ApplicationManifest readManifest(const std::string& path);
+
+/// @param json  the content of a manifest.
+/// @param name  what to call it in an error.
+/// @throws ManifestError  when it is no JSON, or breaks a rule above.
+ApplicationManifest parseManifest(std::string_view json, const std::string& name);
 
 /// The full identifier of a privilege: "partner" and "sso.partner" become the URL with the path
 /// "/privilege/sso.partner" below the configured origin (likewise platform and public); text with

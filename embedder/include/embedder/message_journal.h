@@ -20,7 +20,10 @@ namespace embedder {
 ///    "command":"x","milliseconds":6.012}
 ///
 /// "path" is "async" or "blocking". An answer has the command of its request, when that had one, and
-/// the time since; an answer to no request, which an instance could post too, has neither.
+/// the time since; an answer to no request, which an instance could post too, has neither. Of an
+/// instance that goes and owes answers, which never come, it is told:
+///
+///   {"time":"2026-11-21T08:50:21.100Z","instance":1,"gone":true}
 class MessageJournal {
   public:
     using Clock = std::chrono::steady_clock;
@@ -59,6 +62,9 @@ class MessageJournal {
 
     /// The instance is gone, and with it the answers that it owes.
     void forget(Instance instance);
+
+    /// The line of that.
+    static std::string goneLine(Instance instance);
 
     /// In the order in which they came.
     std::vector<Asked> unanswered() const;

@@ -18,10 +18,13 @@ struct Options {
     std::string manifest;          ///< path; empty for none
     std::string account;           ///< absolute path of a good account file; empty for none
     std::string state;             ///< of the account service; empty for none
+    std::string messages;          ///< path; "-" for standard output, empty for none
+    bool pseudonyms = false;       ///< in messages
     bool log = false;
 };
 
-/// The options --module, --grant, --manifest, --account, --state, --log and --version of a command line.
+/// The options --module, --grant, --manifest, --account, --state, --messages, --pseudonyms, --log and --version
+/// of a command line.
 class CommonOptions {
   public:
     /// Declares them. The object must live until `app` has parsed.
@@ -33,8 +36,8 @@ class CommonOptions {
 
     /// What was given, once `app` has parsed.
     ///
-    /// @throws InputError  for a privilege that nobody knows, a file that is no account, and a text that is
-    ///                     no state's name.
+    /// @throws InputError  for a privilege that nobody knows, a file that is no account, a text that is
+    ///                     no state's name, and pseudonyms on standard output.
     Options read() const;
 
   private:

@@ -8,7 +8,7 @@
 
 namespace embedder {
 
-/// Opens a file to write, new or emptied; the caller closes it.
+/// Opens a file to write, new or emptied; the caller closes it. A new one is for its user alone.
 ///
 /// @param what  is written, for the error: "the messages".
 /// @throws InputError  when it cannot be written, which holds for a pipe, too: it would block.

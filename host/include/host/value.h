@@ -24,6 +24,15 @@ class ValueDepthError : public std::length_error {
     ValueDepthError();
 };
 
+/// Bytes that a text or a buffer may have: what Pepper can count.
+inline constexpr std::size_t kMaxValueBytes = 0xffffffff;
+
+/// A Value's text or buffer would have more than kMaxValueBytes.
+class ValueSizeError : public std::length_error {
+  public:
+    explicit ValueSizeError(std::size_t size);
+};
+
 /// What a page has: the part of a JavaScript value that can be sent to a plug-in, and what comes
 /// back from one.
 ///
@@ -56,8 +65,10 @@ class Value {
     Value(std::int32_t value) : m_data(value) {}
     Value(double value) : m_data(value) {}
     /// Text is UTF-8. Ill-formed text can be held; a plug-in gets null in its place.
-    Value(std::string text) : m_data(std::move(text)) {}
-    Value(const char* text) : m_data(std::string(text)) {}
+    ///
+    /// @throws ValueSizeError  these and a buffer.
+    Value(std::string text);
+    Value(const char* text) : Value(std::string(text)) {}
     /// @throws ValueDepthError  both.
     Value(Array elements);
     Value(Dictionary members);

@@ -53,12 +53,10 @@ int32_t attachToCurrentThread(PP_Resource resource) {
     called("AttachToCurrentThread");
     const auto loop = loopOf(resource);
     if (loop == nullptr) return PP_ERROR_BADRESOURCE;
-    ThreadLoop& thread = ThreadLoop::current();
-    if (thread.loop() != nullptr || isMainLoop(*loop)) return PP_ERROR_INPROGRESS;
     if (const auto state = HostState::current()) {
         std::this_thread::sleep_for(state->options().attachDelay);
     }
-    return thread.attach(resource, loop) ? PP_OK : PP_ERROR_INPROGRESS;
+    return ThreadLoop::current().attach(resource, loop) ? PP_OK : PP_ERROR_INPROGRESS;
 }
 
 int32_t run(PP_Resource resource) {

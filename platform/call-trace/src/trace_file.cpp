@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <system_error>
 
+#include "base/above_standard_streams.h"
+
 namespace call_trace {
 namespace {
 
@@ -66,19 +68,9 @@ void TraceFile::write(off_t place, std::string element) {
 void TraceFile::open() {
     // Not blocking, lest a pipe without a reader stops the traced program.
     constexpr int kFlags = O_WRONLY | O_CREAT | O_NOCTTY | O_NONBLOCK | O_CLOEXEC;
-    m_file = ::open(m_path.c_str(), kFlags, 0644);
+    m_file = base::aboveStandardStreams(::open(m_path.c_str(), kFlags, 0644));
     if (m_file < 0) {
         fail(errno);
-    }
-    if (m_file <= STDERR_FILENO) {
-        // The program runs without a standard stream, and the trace must not take what it prints.
-        const int standard = m_file;
-        m_file = fcntl(standard, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-        const int error = errno;
-        close(standard);
-        if (m_file < 0) {
-            fail(error);
-        }
     }
 }
 

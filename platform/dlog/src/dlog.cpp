@@ -1,9 +1,9 @@
 #include "dlog.h"
 
-#include <array>
 #include <cstdarg>
 #include <cstdio>
 
+#include "arguments.h"
 #include "base/observer.h"
 #include "dlog_control.h"
 #include "log_output.h"
@@ -21,7 +21,7 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
     if (!g_sink.isSet() && !dlog::passes(priority)) {
         return 0;
     }
-    std::array<char, 4096> text;  // not cleared: it is large, and lines are short
+    dlog::Text text;  // not cleared: it is large, and lines are short
     va_list arguments;
     va_start(arguments, format);
     const int size = std::vsnprintf(text.data(), text.size(), format, arguments);
@@ -31,6 +31,9 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
     }
     const DlogRecord record{buffer, priority, tag != nullptr ? tag : "", format, text.data()};
     if (!g_sink.tell(&record)) {
+        va_start(arguments, format);
+        dlog::escapeArguments(text, static_cast<std::size_t>(size), format, arguments);
+        va_end(arguments);
         dlog::writeRecord(record);
     }
     return size;

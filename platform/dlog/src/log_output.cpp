@@ -1,13 +1,11 @@
 #include "log_output.h"
 
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <cstddef>
 #include <cstdio>
@@ -17,6 +15,7 @@
 #include <string_view>
 
 #include "dlog.h"
+#include "log_file.h"
 
 namespace dlog {
 namespace {
@@ -36,20 +35,6 @@ int leastPriority() {
     }
     std::fprintf(stderr, "dlog: DLOG_LEVEL is \"%s\"; it must be detail, flow or silent\n", level);
     return 0;
-}
-
-int openOutput() {
-    const char* path = std::getenv("DLOG_FILE");
-    if (path == nullptr || *path == '\0') {
-        return STDERR_FILENO;
-    }
-    const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    if (file < 0) {
-        std::fprintf(stderr, "dlog: cannot write %s (%s); logging to standard error\n", path,
-                     std::strerror(errno));
-        return STDERR_FILENO;
-    }
-    return file;
 }
 
 /// The device's name of a buffer.
@@ -147,9 +132,7 @@ class Line {
     std::size_t m_size = 0;
 };
 
-void putTime(Line& line) {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
+void putTime(Line& line, const timespec& now) {
     const tm local = localTime(now.tv_sec);
     line.put(local.tm_mon + 1, 2, '0');
     line.put('-');
@@ -164,10 +147,10 @@ void putTime(Line& line) {
     line.put(now.tv_nsec / 1000000, 3, '0');
 }
 
-void putRecord(Line& line, const DlogRecord& record, bool hasColours) {
+void putRecord(Line& line, const DlogRecord& record, const timespec& now, bool hasColours) {
     constexpr std::size_t kLongestTag = 64;
     const Numbers numbers = numbersOfThisThread();
-    putTime(line);
+    putTime(line, now);
     line.put(' ');
     line.put(priorityLetter(record.priority));
     line.put('/');
@@ -198,14 +181,12 @@ void writeRecord(const DlogRecord& record) {
     if (!passes(record.priority)) {
         return;
     }
-    static const int output = openOutput();
-    static const bool hasColours = isatty(output) == 1;
+    static LogFile file;
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
     Line line;
-    putRecord(line, record, hasColours);
-    // One write, so that lines of several threads and processes stay whole. A log that cannot be
-    // written must not stop what it reports on.
-    const ssize_t written = write(output, line.data(), line.size());
-    static_cast<void>(written);
+    putRecord(line, record, now, file.isTerminal());
+    file.write(line.data(), line.size(), now.tv_sec);
 }
 
 }  // namespace dlog

@@ -12,6 +12,10 @@ namespace sso_api {
 /// use, and not when the library is loaded: the loading process may go on to fork. Any thread.
 class AccountStore {
   public:
+    AccountStore();
+    AccountStore(const AccountStore&) = delete;
+    AccountStore& operator=(const AccountStore&) = delete;
+
     /// The store of the process.
     static AccountStore& instance();
 

@@ -1,5 +1,7 @@
 #include "control.h"
 
+#include <pthread.h>
+
 #include <cstdio>
 #include <map>
 #include <mutex>
@@ -16,6 +18,9 @@ namespace sso_api {
 namespace {
 
 std::mutex g_mutex;
+// A fork has it free, and the orders whole. Without memory for it, forks may wait for ever.
+const int g_forkHandler =
+    pthread_atfork([] { g_mutex.lock(); }, [] { g_mutex.unlock(); }, [] { g_mutex.unlock(); });
 StartOrders g_startOrders;
 /// By the names of the queries, which are all there: without a value the account answers.
 std::map<std::string, std::optional<Answer>> g_answers = {

@@ -4,6 +4,7 @@
 
 #include <iterator>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace sso_api {
@@ -24,6 +25,14 @@ auto at(List& list, size_t index) {
 
 OperationQueue& OperationQueue::instance() {
     static OperationQueue queue;
+    // Without memory for it, forks have operations that never end.
+    static const int forkHandler =
+        pthread_atfork([] { queue.m_mutex.lock(); }, [] { queue.m_mutex.unlock(); },
+                       [] {
+                           queue.beginAnew();
+                           queue.m_mutex.unlock();
+                       });
+    static_cast<void>(forkHandler);
     return queue;
 }
 
@@ -38,6 +47,17 @@ OperationQueue::~OperationQueue() {
     } else if (m_thread.joinable()) {
         m_thread.join();
     }
+}
+
+void OperationQueue::beginAnew() {
+    m_operations.clear();
+    m_schedule.clear();
+    m_byId.clear();
+    // Neither the threads that wait nor the queue's own are there.
+    new (&m_sooner) std::condition_variable;
+    new (&m_returned) std::condition_variable;
+    new (&m_thread) std::thread;
+    m_running = t_running;  // of the callback that forked, and returns in the child, too
 }
 
 std::optional<OperationQueue::Id> OperationQueue::start(

@@ -18,7 +18,7 @@ namespace sso_api {
 /// The outstanding operations of the process. Each delivers its callback's arguments exactly once: on the queue's own
 /// thread when it is due, or earlier on the thread that ends it. No lock is held meanwhile. The
 /// thread is started with the first operation, because the library may be loaded in a process that
-/// forks. Any thread.
+/// forks. Of a process that forks later, the child begins with none. Any thread.
 class OperationQueue {
   public:
     /// What an operation does when it ends by itself; gives what its callback is told. May not
@@ -72,6 +72,9 @@ class OperationQueue {
         Deliver deliver;
         Schedule::iterator due;  ///< the end of the schedule for one that waits to be ended
     };
+
+    /// In a forked child, with the lock: drops what is the parent's.
+    void beginAnew();
 
     /// Takes the operation out and delivers; `lock` is released meanwhile.
     ///

@@ -1,5 +1,6 @@
 #include "service_backend.h"
 
+#include <pthread.h>
 #include <utf8.h>
 
 #include <cstdio>
@@ -116,10 +117,18 @@ Answer readAnswer(Operation operation, sd_bus_message* message) {
 /// The service on a bus.
 class OnBus : public ServiceBackend {
   public:
-    OnBus(const char* address, const char* state, const char* agent)
-        : m_path(service::pathOf(state)),
-          m_agent(agent != nullptr ? agent : ""),
-          m_client(address) {}
+    OnBus(std::string address, std::string path, std::string agent)
+        : m_address(std::move(address)),
+          m_path(std::move(path)),
+          m_agent(std::move(agent)),
+          m_client(std::make_unique<service::BusClient>(m_address)) {}
+
+    /// In a forked child.
+    void beginAnew() {
+        m_client->closeInChild();
+        m_ofParent = m_client.release();
+        m_client = std::make_unique<service::BusClient>(m_address);
+    }
 
     bool canStart(Operation operation) override;
     void run(Operation operation, const std::vector<std::string>& texts,
@@ -133,9 +142,11 @@ class OnBus : public ServiceBackend {
     bool askTwice(const bus::Method& method, const service::BusClient::Write& write,
                   const service::BusClient::Read& read);
 
+    const std::string m_address;
     const std::string m_path;
     const std::string m_agent;  ///< who shows windows; "" for nobody
-    service::BusClient m_client;
+    std::unique_ptr<service::BusClient> m_client;
+    service::BusClient* m_ofParent = nullptr;  ///< in a forked child; it must not be destroyed
 };
 
 bool OnBus::askTwice(const bus::Method& method, const service::BusClient::Write& write,
@@ -145,13 +156,13 @@ bool OnBus::askTwice(const bus::Method& method, const service::BusClient::Write&
         const auto rest =
             std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
         if (rest.count() <= 0) return false;
-        if (m_client.callAndWait(method, m_path, write, rest, read)) return true;
+        if (m_client->callAndWait(method, m_path, write, rest, read)) return true;
     }
     return false;
 }
 
 bool OnBus::canStart(Operation operation) {
-    return m_client.callAndWait(
+    return m_client->callAndWait(
         bus::account::kCanStart, m_path,
         [operation](sd_bus_message* call) {
             return sd_bus_message_append(call, "s", account::nameOf(operation));
@@ -168,19 +179,19 @@ void OnBus::run(Operation operation, const std::vector<std::string>& texts, Oper
         }
         return result;
     };
-    m_client.call(methodOf(operation), m_path, std::move(write),
-                  popup ? std::nullopt : std::optional(kRequestBound),
-                  [id, unseen = popup && m_agent.empty()](sd_bus_message* message) {
-                      // Not here, where other answers wait: a callback may take its time.
-                      CallbackArguments told = unreachable();
-                      try {
-                          if (message != nullptr) told = read(message);
-                          if (unseen && told.state == SSO_POPUP_FAILED) tellWhoShowsWindows();
-                      } catch (const std::bad_alloc&) {
-                          // It stays unreachable.
-                      }
-                      OperationQueue::instance().endLater(id, std::move(told));
-                  });
+    m_client->call(methodOf(operation), m_path, std::move(write),
+                   popup ? std::nullopt : std::optional(kRequestBound),
+                   [id, unseen = popup && m_agent.empty()](sd_bus_message* message) {
+                       // Not here, where other answers wait: a callback may take its time.
+                       CallbackArguments told = unreachable();
+                       try {
+                           if (message != nullptr) told = read(message);
+                           if (unseen && told.state == SSO_POPUP_FAILED) tellWhoShowsWindows();
+                       } catch (const std::bad_alloc&) {
+                           // It stays unreachable.
+                       }
+                       OperationQueue::instance().endLater(id, std::move(told));
+                   });
 }
 
 Answer OnBus::ask(Operation operation, const char* text) {
@@ -198,7 +209,7 @@ Answer OnBus::ask(Operation operation, const char* text) {
 
 std::string OnBus::replace(const std::string& json) {
     const auto complaint = std::make_shared<std::string>();
-    const bool answered = m_client.callAndWait(
+    const bool answered = m_client->callAndWait(
         bus::control::kRun, m_path,
         [json](sd_bus_message* call) {
             return sd_bus_message_append(call, bus::control::kRun.in, 2, "state", "load",
@@ -216,12 +227,24 @@ std::string OnBus::replace(const std::string& json) {
 }
 
 void OnBus::cancelAll() {
-    m_client.call(bus::account::kCancelAll, m_path, {}, kBound, [](sd_bus_message* /*answer*/) {});
+    m_client->call(bus::account::kCancelAll, m_path, {}, kBound, [](sd_bus_message* /*answer*/) {});
 }
+
+std::mutex g_making;
+OnBus* g_service = nullptr;
+// A fork would meet the service half made, and wait for it for ever. From load on: a handler that is registered
+// while a process forks is not run in the child.
+[[maybe_unused]] const int g_makingForkHandler =
+    pthread_atfork([] { g_making.lock(); }, [] { g_making.unlock(); },
+                   [] {
+                       if (g_service != nullptr) g_service->beginAnew();
+                       g_making.unlock();
+                   });
 
 }  // namespace
 
 ServiceBackend* ServiceBackend::instance() {
+    const std::lock_guard lock(g_making);
     static ServiceBackend* const backend = []() -> ServiceBackend* {
         const char* address = std::getenv("SSO_BUS_ADDRESS");
         const char* state = std::getenv("SSO_STATE");
@@ -229,8 +252,10 @@ ServiceBackend* ServiceBackend::instance() {
             return nullptr;
         }
         OperationQueue::instance();  // lives longer: answers go there
-        static OnBus service(address, state, std::getenv("SSO_AGENT"));
-        return &service;
+        const char* agent = std::getenv("SSO_AGENT");
+        static OnBus service(address, service::pathOf(state), agent != nullptr ? agent : "");
+        g_service = &service;
+        return g_service;
     }();
     return backend;
 }

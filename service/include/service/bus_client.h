@@ -1,6 +1,7 @@
 #ifndef SERVICE_BUS_CLIENT_H_
 #define SERVICE_BUS_CLIENT_H_
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -42,6 +43,9 @@ class BusClient {
     explicit BusClient(std::string address, Prepare prepare = {});
     /// Waits for the call of a Read that runs; the others are not called.
     ~BusClient();
+    /// In a forked child, which has not the thread: closes its copies of the connection, which is the parent's.
+    /// After it only new objects are of use there; this one must not be destroyed.
+    void closeInChild();
     BusClient(const BusClient&) = delete;
     BusClient& operator=(const BusClient&) = delete;
 
@@ -78,7 +82,8 @@ class BusClient {
     std::deque<Call> m_wanted;  ///< not started yet
     bool m_stopping = false;
     std::thread m_thread;
-    int m_wake = -1;  ///< eventfd
+    int m_wake = -1;                 ///< eventfd
+    std::atomic<int> m_socket = -1;  ///< of the bus
     // Of the thread alone.
     sd_bus* m_bus = nullptr;
     Calls m_calls;  ///< under way

@@ -1,19 +1,16 @@
 #include "SSOUtil.h"
 
 #include <cstddef>
-#include <cstdlib>
-#include <memory>
 
+#include "OwnedText.h"
 #include "PluginLog.h"
+#include "SdkCall.h"
 #include "sso_api.h"
 
 namespace {
 
 constexpr char kLogTag[] = "PP_PLUGIN_SSO";
 constexpr char kLogFile[] = "SSOUtil";
-
-/// What the client library's queries return when they filled their argument.
-constexpr int kSuccess = 0;
 
 /// The signed-in account's record, as the client library fills it. Two texts in it are known by their
 /// places; its type and the rest are the library's own.
@@ -34,34 +31,11 @@ class LoginRecord {
         static_assert(sizeof(Record) <= kSize,
                       "the client library's login record is larger than the 1408 bytes that the "
                       "plug-in reserves");
-        return query(reinterpret_cast<Record*>(m_bytes)) == kSuccess;
+        return query(reinterpret_cast<Record*>(m_bytes)) == sdk::kSuccess;
     }
 
     alignas(std::max_align_t) char m_bytes[kSize] = {};
     bool m_isValid;
-};
-
-struct Free {
-    void operator()(char* text) const { free(text); }
-};
-
-/// A text that the client library hands over.
-class OwnedText {
-  public:
-    /// @param query  asked at once. It may hand over a text even when it reports a failure.
-    template <typename Text>
-    explicit OwnedText(int (*query)(Text**)) {
-        Text* text = nullptr;
-        m_isValid = query(&text) == kSuccess;
-        m_text.reset(const_cast<char*>(text));
-    }
-
-    bool isValid() const { return m_isValid; }
-    const char* get() const { return m_text.get(); }
-
-  private:
-    std::unique_ptr<char, Free> m_text;
-    bool m_isValid = false;
 };
 
 std::string readState() {
@@ -70,11 +44,11 @@ std::string readState() {
     if (!record.isValid()) {
         return state;
     }
-    const OwnedText guid(sso_get_guid);
+    const sdk::OwnedText guid(sso_get_guid);
     if (!guid.isValid()) {
         return state;
     }
-    const OwnedText token(sso_get_auth_token);  // goes before the GUID
+    const sdk::OwnedText token(sso_get_auth_token);  // goes before the GUID
     if (token.isValid()) {
         state.append(record.firstText()).append("?").append(token.get());
         state.append("?").append(record.uid()).append("?").append(guid.get());
@@ -82,10 +56,7 @@ std::string readState() {
     return state;
 }
 
-std::string readGuid() {
-    const OwnedText guid(sso_get_guid);
-    return guid.isValid() ? guid.get() : "";
-}
+std::string readGuid() { return sdk::OwnedText(sso_get_guid).text(); }
 
 std::string readUid() {
     const LoginRecord record;

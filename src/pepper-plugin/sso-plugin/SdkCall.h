@@ -10,6 +10,9 @@
 
 namespace sdk {
 
+/// What the client library's queries return when they filled their argument.
+constexpr int kSuccess = 0;
+
 /// The types of a function's parameters, as a tuple. Never called.
 template <typename Result, typename... Types>
 std::tuple<Types...> parametersOf(Result (*function)(Types...));

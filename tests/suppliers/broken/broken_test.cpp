@@ -6,10 +6,11 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <ostream>
 #include <string>
 #include <vector>
+
+#include "temporary_folder.h"
 
 namespace {
 
@@ -241,15 +242,14 @@ TEST(ALibraryThatDoesNotLoad, IsToldInOneLineWhenItIsMissing) {
 }
 
 TEST(ALibraryThatDoesNotLoad, IsToldInOneLineWhenItIsNone) {
-    const std::string folder = ::testing::TempDir() + "suppliers-text";
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder + "/libdlog.so") << "a text, and longer than the header of an ELF file: "
-                                             "the loader says something else of a shorter one\n";
-    const Check checked = check("dlog", folder);
-    std::filesystem::remove_all(folder);
+    const support::TemporaryFolder folder;
+    folder.write("libdlog.so",
+                 "a text, and longer than the header of an ELF file: "
+                 "the loader says something else of a shorter one\n");
+    const Check checked = check("dlog", folder.path(""));
     EXPECT_EQ(checked.exitCode, 3);
-    EXPECT_THAT(checked.lines, ElementsAre("libdlog.so: does not load: " + folder +
-                                           "/libdlog.so: invalid ELF header"));
+    EXPECT_THAT(checked.lines, ElementsAre("libdlog.so: does not load: " +
+                                           folder.path("libdlog.so") + ": invalid ELF header"));
 }
 
 TEST(ALibraryThatDoesNotLoad, IsToldInOneLineWhenItCrashes) {
@@ -267,13 +267,10 @@ TEST(ALibraryThatDoesNotLoad, IsToldInOneLineWhenAFunctionIsMissing) {
 }
 
 TEST(ALibraryWithAVersion, IsFoundBehindThePlainName) {
-    const std::string folder = ::testing::TempDir() + "suppliers-version";
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
+    const support::TemporaryFolder folder;
     std::filesystem::copy_file(brokenFolder("short_lines") + "/libdlog.so",
-                               folder + "/libdlog.so.0");
-    const Check checked = check("dlog", folder);
-    std::filesystem::remove_all(folder);
+                               folder.path("libdlog.so.0"));
+    const Check checked = check("dlog", folder.path(""));
     EXPECT_EQ(checked.exitCode, 1);
     EXPECT_EQ(checked.broken().size(), 4U);
 }

@@ -9,8 +9,11 @@
 namespace {
 
 PPB_GetInterface g_getInterface = nullptr;
+std::vector<std::pair<std::string, std::string>> g_attributes;
 
-PP_Bool didCreate(PP_Instance instance, uint32_t, const char*[], const char*[]) {
+PP_Bool didCreate(PP_Instance instance, uint32_t count, const char* names[], const char* values[]) {
+    g_attributes.clear();
+    for (uint32_t i = 0; i < count; ++i) g_attributes.emplace_back(names[i], values[i]);
     return PP_FromBool(module::kBehaviour.didCreate(instance));
 }
 
@@ -33,6 +36,10 @@ const PPP_Messaging_1_0 kMessaging = {&handleMessage};
 }  // namespace
 
 namespace module {
+
+const std::vector<std::pair<std::string, std::string>>& attributesOfTheNewest() {
+    return g_attributes;
+}
 
 const void* browserInterface(const char* name) { return g_getInterface(name); }
 

@@ -2,6 +2,8 @@
 #define SUPPORT_MODULES_C_MODULE_H_
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppb.h"
@@ -24,6 +26,9 @@ struct Behaviour {
 
 /// Supplied by each module.
 extern const Behaviour kBehaviour;
+
+/// What the element of the instance says that was made last, or is being made: names and values. Main thread.
+const std::vector<std::pair<std::string, std::string>>& attributesOfTheNewest();
 
 /// A table of the browser; null when it is not offered.
 const void* browserInterface(const char* name);

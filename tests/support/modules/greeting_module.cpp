@@ -1,11 +1,15 @@
-// Posts a message while its instance is made, and has neither a handler nor PPP_Messaging.
+// Posts a message with its attributes while its instance is made, and has neither a handler nor PPP_Messaging.
 
 #include "c_module.h"
 
 namespace {
 
 bool didCreate(PP_Instance instance) {
-    const PP_Var greeting = module::makeText("hello");
+    std::string text = "hello";
+    for (const auto& [name, value] : module::attributesOfTheNewest()) {
+        text.append(", ").append(name).append("=").append(value);
+    }
+    const PP_Var greeting = module::makeText(text);
     module::messaging().PostMessage(instance, greeting);
     module::vars().Release(greeting);
     return true;

@@ -157,6 +157,20 @@ TEST(ABadAccountFile, IsRefusedWithALineThatSaysWhereAndWhyForEachMistake) {
     }
 }
 
+TEST(AnAccountFile, MayHaveAnyTimeThatANumberOfJsonHoldsExactly) {
+    const auto fileWith = [](const std::string& expiry) {
+        return R"({"account": {"loginId": "l", "uid": "", "guid": "", "authToken": ""},
+                   "clients": [{"id": "c", "secret": "", "token": ""}],
+                   "tokens": [{"loginId": "l", "client": "c", "token": "t", "expiry": )" +
+               expiry + "}]}";
+    };
+    const Description read = account::parseAccountFile(fileWith("4503599627370496"), "file");
+    ASSERT_EQ(read.profiles.size(), 1U);
+    EXPECT_EQ(read.profiles[0].tokens.at("c").expiry, 4503599627370496);
+    EXPECT_EQ(complaint(fileWith("4503599627370497")),
+              "file:3: tokens[0].expiry: must be a whole number from 0 to 4503599627370496");
+}
+
 TEST(ABadAccountFile, IsToldAllItsMistakesAtOnce) {
     EXPECT_EQ(
         complaint(R"({

@@ -67,6 +67,14 @@ TEST_F(AResource, AddsAReferencePerCopy) {
     EXPECT_EQ(references(loop.pp_resource()), 1);
 }
 
+TEST_F(AResource, MayReplaceItself) {
+    MessageLoop loop = newLoop();
+    const MessageLoop& same = loop;
+    loop = same;
+    EXPECT_FALSE(loop.is_null());
+    EXPECT_EQ(references(loop.pp_resource()), 1);
+}
+
 TEST_F(AResource, ReleasesWhatItReplaces) {
     const MessageLoop first = newLoop();
     MessageLoop second = newLoop();

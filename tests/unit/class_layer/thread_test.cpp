@@ -1,6 +1,10 @@
 // Threads with a message loop: the class layer's, and the runtime's that waits for its loop.
 
+#include <pthread.h>
+
 #include <atomic>
+#include <chrono>
+#include <csignal>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -184,6 +188,34 @@ TEST_F(AnAwaitingThread, IsReadyForAHandlerWheneverStartReturns) {
         ASSERT_EQ(m_host->call(instance, 1).value, Value(42));
         pp::Instance(instance).UnregisterMessageHandler();
     }
+}
+
+TEST_F(AnAwaitingThread, IsReadyForAHandlerAlsoWhenASignalInterruptsTheWait) {
+    host::PluginHost::Options options;
+    options.attachDelay = std::chrono::milliseconds(200);
+    const PP_Instance instance = page(std::move(options));
+    AnsweringHandler handler;
+    struct sigaction interrupting {};
+    interrupting.sa_handler = [](int) {};  // without SA_RESTART: what waits is interrupted
+    struct sigaction former {};
+    ASSERT_EQ(sigaction(SIGUSR1, &interrupting, &former), 0);
+    std::atomic<bool> isStarted = false;
+    std::thread other([&, waiting = pthread_self()] {
+        while (!isStarted) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            pthread_kill(waiting, SIGUSR1);
+        }
+    });
+    SimpleThreadAwaitLoop thread{InstanceHandle(instance)};
+    EXPECT_TRUE(thread.Start());
+    EXPECT_EQ(pp::Instance(instance).RegisterMessageHandler(&handler, thread.message_loop()),
+              PP_OK);
+    isStarted = true;
+    other.join();
+    sigaction(SIGUSR1, &former, nullptr);
+    EXPECT_TRUE(m_host->registrations().back().loopAttached);
+    EXPECT_EQ(m_host->call(instance, 1).value, Value(42));
+    pp::Instance(instance).UnregisterMessageHandler();
 }
 
 class AReadyThread : public ThreadTest {};

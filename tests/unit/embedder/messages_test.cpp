@@ -114,6 +114,10 @@ TEST(ARefusal, OfANameThatIsNoneSaysSo) {
         explainRefusal("sso_plugin_getversion"),
         "\"sso_plugin_getversion\" was refused: the plug-in has no such command; did you mean "
         "\"sso_plugin_getVersion\"?");
+    EXPECT_THAT(explainRefusal("sso_plugin_getVersion123456"),
+                ::testing::EndsWith("did you mean \"sso_plugin_getVersion\"?"));
+    EXPECT_THAT(explainRefusal("sso_plugin_getVersion1234567"),
+                ::testing::EndsWith("no such command"));
     EXPECT_EQ(explainRefusal("tea\n\x1b"),
               "\"tea\\n\\u001b\" was refused: the plug-in has no such command");
 }

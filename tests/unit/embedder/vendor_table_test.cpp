@@ -153,8 +153,7 @@ TEST_F(TheExtension, TakesWordsForTheInputMethod) {
 TEST_F(TheExtension, TellsTheWindowsNumber) {
     const Answer answer = call("get_window_id", Value());
     EXPECT_EQ(answer.code, PP_OK);
-    EXPECT_TRUE(answer.value.isInt32());
-    EXPECT_EQ(call("get_window_id", Value()).value, answer.value);
+    EXPECT_EQ(answer.value, Value(1));
 }
 
 TEST_F(TheExtension, RefusesParametersOfTheWrongTypeAndLeavesTheResult) {

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,8 @@
 #include <fstream>
 #include <mutex>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "sso_api_control.h"
 
@@ -59,11 +62,44 @@ void goOnInAChild() {
     std::fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {
+        alarm(60);  // if it hangs, nobody else would end it
         return;
     }
     int status = 0;
     waitpid(child, &status, 0);
     _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+}
+
+/// The children of many forks, while other threads start operations; each has to use the library to its end.
+void forkBusily() {
+    std::atomic<bool> isOver = false;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&isOver] {
+            const auto ignore = [](void*, int, char*) -> int { return 0; };
+            while (!isOver) {
+                sso_request_access_token("client", "secret", ignore, nullptr);
+                int state = 0;
+                sso_get_login_state(&state);
+                // Lest more and more is outstanding: each fork has to drop it, and its queries wait behind it.
+                usleep(std::getenv("SSO_STATE") != nullptr ? 5000 : 50);
+            }
+        });
+    }
+    for (int i = 0; i < 50; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(20);
+            int state = 0;
+            _exit(sso_get_login_state(&state) == 0 && sso_give_proxy() == 0 ? 0 : 1);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        if (status != 0) std::printf("child %d\n", status);
+    }
+    isOver = true;
+    for (std::thread& thread : threads) thread.join();
+    sso_give_proxy();
 }
 
 void take(const std::string& step) {
@@ -98,6 +134,25 @@ void take(const std::string& step) {
         for (;;) pause();  // a condition variable must not be waited for when the process ends
     } else if (step == "fork") {
         goOnInAChild();
+    } else if (step == "fork-inside") {
+        const auto goOnHere = [](void*, int, sso_popup_state_e) -> int {
+            goOnInAChild();
+            take("give");
+            take("token");
+            std::exit(0);
+        };
+        sso_show(nullptr, 0, "page", goOnHere, nullptr);
+        for (;;) pause();
+    } else if (step == "fork-busily") {
+        forkBusily();
+    } else if (step == "start") {
+        sso_show(nullptr, 0, "page", popupEnded, nullptr);
+    } else if (step == "held") {
+        sso_api_control_set_held(1);
+        sso_show(nullptr, 0, "page", popupEnded, nullptr);
+        sso_api_control_set_held(0);
+    } else if (step == "outstanding") {
+        std::printf("outstanding %d\n", sso_api_control_outstanding());
     } else if (step == "give") {
         sso_give_proxy();
     } else if (step == "threads") {

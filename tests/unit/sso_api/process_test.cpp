@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "forking.h"
 #include "module_path.h"
 #include "process.h"
+#include "sanitizer.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -29,7 +32,11 @@ class AProcess : public ::testing::Test {
         std::vector<std::string> command = {support::builtPath("bin/sso-account-probe")};
         command.insert(command.end(), steps.begin(), steps.end());
         support::ProcessOptions options;
-        if (!variable.empty()) options.environment = {variable};
+        if (std::any_of(steps.begin(), steps.end(),
+                        [](const std::string& step) { return step.rfind("fork", 0) == 0; })) {
+            options.environment = support::forksMayRunOn();
+        }
+        if (!variable.empty()) options.environment.push_back(variable);
         const support::ProcessResult result = support::runProcess(command, options);
         EXPECT_EQ(result.exitCode, 0);
         m_errors = result.errors;
@@ -110,9 +117,47 @@ TEST_F(AProcess, GetsAThreadWithItsFirstOperation) {
               "guid 0 guid-1\nthreads 0\ntext 0 token-1\nthreads 1\npopup 0 1\nthreads 1\n");
 }
 
-TEST_F(AProcess, MayForkBeforeItsFirstOperation) {
+class AForkingProcess : public AProcess {
+  protected:
+    void SetUp() override {
+        if (SSO_LOST_IN_FORKS != 0) {
+            GTEST_SKIP() << "the thread sanitizer loses its way in a fork that starts threads";
+        }
+    }
+};
+
+TEST_F(AForkingProcess, MayForkBeforeItsFirstOperation) {
     EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(), {"guid", "give", "fork", "token", "popup"}),
               "guid 0 guid-1\ntext 0 token-1\npopup 0 1\n");
+}
+
+TEST_F(AForkingProcess, MayForkAfterItsFirstOperation) {
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(), {"token", "fork", "threads", "outstanding",
+                                                         "token", "threads", "give", "popup"}),
+              "text 0 token-1\nthreads 0\noutstanding 0\ntext 0 token-1\nthreads 1\npopup 0 1\n");
+    EXPECT_EQ(m_errors, "");
+}
+
+TEST_F(AForkingProcess, MayForkWhileOperationsAreOutstandingThatAreTheParents) {
+    const std::string never = R"({"popups": {"login": {"delayMs": 600000}}})";
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(never),
+                       {"start", "held", "fork", "outstanding", "token", "give"}),
+              "outstanding 0\ntext -2 null\n");
+    EXPECT_EQ(m_errors, "");
+}
+
+TEST_F(AForkingProcess, MayForkInsideACallback) {
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(), {"fork-inside"}), "text 0 token-1\n");
+    EXPECT_EQ(m_errors, "");
+}
+
+TEST_F(AForkingProcess, MayForkWhileOtherThreadsAreBusy) {
+    if (SSO_SANITIZED != 0) {
+        GTEST_SKIP() << "a sanitizer's allocator may stay locked in a forked child";
+    }
+    EXPECT_EQ(outputOf("SSO_ACCOUNT_FILE=" + account(), {"fork-busily", "token"}),
+              "text 0 token-1\n");
+    EXPECT_EQ(m_errors, "");
 }
 
 TEST_F(AProcess, MayEndWhileOperationsAreOutstanding) {

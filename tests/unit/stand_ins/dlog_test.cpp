@@ -18,6 +18,7 @@
 
 #include "dlog.h"
 #include "dlog_control.h"
+#include "log_fixture.h"
 #include "slow_observer.h"
 
 namespace {
@@ -107,32 +108,9 @@ TEST_F(ASink, IsNotTakenAwayWhileItRuns) {
                              [] { dlog_control_set_sink(nullptr, nullptr); });
 }
 
-/// Logs in a child process, which reads the environment afresh.
-class TheLogService : public ::testing::Test {
+/// Lines of each level.
+class ALevel : public TheLogFile {
   protected:
-    ~TheLogService() override {
-        for (const char* name : {"DLOG_FILE", "DLOG_LEVEL", "TZ"}) {
-            unsetenv(name);
-        }
-    }
-};
-
-class TheLogFile : public TheLogService {
-  protected:
-    TheLogFile() : m_path(::testing::TempDir() + "dlog_test." + std::to_string(getpid())) {
-        setenv("DLOG_FILE", m_path.c_str(), 1);
-    }
-    ~TheLogFile() override { std::remove(m_path.c_str()); }
-
-    std::vector<std::string> lines() const {
-        std::vector<std::string> lines;
-        std::ifstream file(m_path);
-        for (std::string line; std::getline(file, line);) {
-            lines.push_back(line);
-        }
-        return lines;
-    }
-
     std::vector<std::string> logged(const char* level) {
         if (level != nullptr) {
             setenv("DLOG_LEVEL", level, 1);
@@ -152,25 +130,23 @@ class TheLogFile : public TheLogService {
         }
         return lines;
     }
-
-    const std::string m_path;
 };
 
-TEST_F(TheLogFile, HoldsEverythingByDefault) {
+TEST_F(ALevel, HoldsEverythingByDefault) {
     EXPECT_THAT(logged(nullptr),
                 ElementsAre("I [main] detail 1", "W [main] flow", "W [system] error"));
 }
 
-TEST_F(TheLogFile, HoldsEverythingAtLevelDetail) {
+TEST_F(ALevel, HoldsEverythingAtLevelDetail) {
     EXPECT_THAT(logged("detail"),
                 ElementsAre("I [main] detail 1", "W [main] flow", "W [system] error"));
 }
 
-TEST_F(TheLogFile, LeavesDetailOutAtLevelFlow) {
+TEST_F(ALevel, LeavesDetailOutAtLevelFlow) {
     EXPECT_THAT(logged("flow"), ElementsAre("W [main] flow", "W [system] error"));
 }
 
-TEST_F(TheLogFile, HoldsNothingAtLevelSilent) { EXPECT_THAT(logged("silent"), ElementsAre()); }
+TEST_F(ALevel, HoldsNothingAtLevelSilent) { EXPECT_THAT(logged("silent"), ElementsAre()); }
 
 /// The month, day, hour and minute of a place at which it is so many seconds more than in Greenwich.
 std::string minuteAt(long secondsAhead) {

@@ -3,7 +3,12 @@
 
 #include "ppapi/c/pp_macros.h"
 
+/* As wide as in C, where it holds any number. */
+#ifdef __cplusplus
+typedef enum PP_Bool : int { PP_FALSE = 0, PP_TRUE = 1 } PP_Bool;
+#else
 typedef enum { PP_FALSE = 0, PP_TRUE = 1 } PP_Bool;
+#endif
 PP_COMPILE_ASSERT_SIZE_IN_BYTES(PP_Bool, 4);
 
 #ifdef __cplusplus

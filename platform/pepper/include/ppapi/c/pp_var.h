@@ -5,8 +5,13 @@
 #include "ppapi/c/pp_macros.h"
 #include "ppapi/c/pp_stdint.h"
 
-/* Types from PP_VARTYPE_STRING on are counted: they carry an id that PPB_Var keeps references on. */
+/* Types from PP_VARTYPE_STRING on are counted: they carry an id that PPB_Var keeps references on.
+ * As wide as in C, where it holds any number. */
+#ifdef __cplusplus
+typedef enum PP_VarType : int {
+#else
 typedef enum {
+#endif
     PP_VARTYPE_UNDEFINED = 0,
     PP_VARTYPE_NULL = 1,
     PP_VARTYPE_BOOL = 2,

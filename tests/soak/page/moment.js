@@ -1,0 +1,2 @@
+// Before hour.js: its short form.
+window.seconds = 8;
