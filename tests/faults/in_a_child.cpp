@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -16,14 +17,24 @@ namespace {
 
 constexpr unsigned kSeconds = 60;
 
-[[noreturn]] void actAndEnd(const std::function<int()>& act) {
-    alarm(kSeconds);
+/// In one write, so that what other threads say meanwhile stays whole, before it and after it.
+[[noreturn]] void tellAndAbort() {
+    std::array<char, 200> line{};
     try {
-        _exit(act());
+        const std::exception_ptr thrown = std::current_exception();
+        if (thrown) std::rethrow_exception(thrown);
+        std::snprintf(line.data(), line.size(), "%swithout an exception\n", kEndedBy);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "let out: %s\n", error.what());
-        std::abort();
+        std::snprintf(line.data(), line.size(), "%s%s\n", kEndedBy, error.what());
     }
+    std::fputs(line.data(), stderr);
+    std::abort();
+}
+
+[[noreturn]] void actAndEnd(const std::function<int()>& act) noexcept {
+    std::set_terminate(tellAndAbort);
+    alarm(kSeconds);
+    _exit(act());
 }
 
 }  // namespace

@@ -12,7 +12,11 @@ struct Outcome {
     std::string said;  ///< on standard error
 };
 
-/// Does something in a child of this process, with a minute to end in. An exception that is let out ends it by SIGABRT.
+/// What the line begins with that tells an uncaught exception; its text follows.
+constexpr const char* kEndedBy = "ended by: ";
+
+/// Does something in a child of this process, with a minute to end in. An uncaught exception, on
+/// whatever thread, ends it by SIGABRT, with one line that begins with kEndedBy; other threads may say more until it has ended.
 ///
 /// @param act  returns the child's exit code.
 /// @throws std::runtime_error  when there is no child to be had.

@@ -7,13 +7,12 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
-#include <cstdlib>
 #include <functional>
-#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "failing_allocation.h"
 #include "in_a_child.h"
 #include "page.h"
 #include "plugin_test.h"
@@ -34,21 +33,6 @@ bool isToFail() {
     g_hasFailed = true;
     return true;
 }
-
-}  // namespace
-
-// Seen by the libraries, too.
-#pragma GCC visibility push(default)
-void* operator new(std::size_t size) {
-    void* const memory = isToFail() ? nullptr : std::malloc(size);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-#pragma GCC visibility pop
-
-namespace {
 
 using host::Value;
 using support::json;
@@ -93,6 +77,11 @@ constexpr const char* kAccount = R"({
 
 class WithoutMemory : public ::testing::TestWithParam<Deed> {
   protected:
+    void SetUp() override {
+        SSO_NEEDS_FAILING_ALLOCATION();
+        support::failAllocationsWhen(isToFail);
+    }
+
     /// What becomes of a process in which one allocation fails.
     ///
     /// @param place  of that allocation, from 1.

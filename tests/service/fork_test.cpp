@@ -17,7 +17,7 @@ namespace {
 class AForkOfAProcess : public ::testing::Test {
   protected:
     void SetUp() override {
-        if (SSO_LOST_IN_FORKS != 0) {
+        if (SSO_THREAD_SANITIZED != 0) {
             GTEST_SKIP() << "the thread sanitizer loses its way in a fork that starts threads";
         }
     }

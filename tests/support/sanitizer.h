@@ -3,15 +3,23 @@
 
 #include <cstddef>
 
-// SSO_SANITIZED is 1 where the address or the thread sanitizer is built in, else 0.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)  // as g++ tells
-#define SSO_SANITIZED 1
-#elif defined(__has_feature)  // as clang does
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define SSO_SANITIZED 1
+#ifdef __has_feature  // clang tells of its sanitizers so, g++ by a macro for each
+#define SSO_HAS_FEATURE(feature) __has_feature(feature)
+#else
+#define SSO_HAS_FEATURE(feature) 0
 #endif
+
+// 1 where the thread sanitizer is built in, else 0.
+#if defined(__SANITIZE_THREAD__) || SSO_HAS_FEATURE(thread_sanitizer)
+#define SSO_THREAD_SANITIZED 1
+#else
+#define SSO_THREAD_SANITIZED 0
 #endif
-#ifndef SSO_SANITIZED
+
+// 1 where the address or the thread sanitizer is, else 0.
+#if SSO_THREAD_SANITIZED || defined(__SANITIZE_ADDRESS__) || SSO_HAS_FEATURE(address_sanitizer)
+#define SSO_SANITIZED 1
+#else
 #define SSO_SANITIZED 0
 #endif
 

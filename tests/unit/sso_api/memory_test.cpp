@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <functional>
-#include <new>
 #include <thread>
 
+#include "failing_allocation.h"
 #include "fixture.h"
 
 namespace {
@@ -15,26 +14,12 @@ namespace {
 // How many more times memory is given out; none is when it is 0. Negative: there is enough.
 std::atomic<int> g_left = -1;
 
-bool isThereMemory() {
+bool isThereNone() {
     int left = g_left;
     while (left > 0 && !g_left.compare_exchange_weak(left, left - 1)) {
     }
-    return left != 0;
+    return left == 0;
 }
-
-}  // namespace
-
-// Takes the place of the process's allocation for C++, that of the library included.
-// Not inlined: the compiler would think that free() gets what its own allocation gave.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    void* memory = isThereMemory() ? std::malloc(size) : nullptr;
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-
-namespace {
 
 constexpr const char* kAccount = R"({
     "account": {"loginId": "login-1", "uid": "uid-1", "authToken": "a-long-token-that-is-allocated",
@@ -52,6 +37,10 @@ constexpr const char* kUser = "user-with-a-long-name";
 
 class WithoutMemory : public TheClientLibrary {
   protected:
+    void SetUp() override {
+        SSO_NEEDS_FAILING_ALLOCATION();
+        support::failAllocationsWhen(isThereNone);
+    }
     ~WithoutMemory() override { g_left = -1; }
 
     /// Calls `work` with no memory, then with enough for one piece, and so on until it succeeds.
