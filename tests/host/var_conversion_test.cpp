@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/value_json.h"
+#include "sanitizer.h"
 #include "var_test.h"
 
 namespace {
@@ -251,9 +252,10 @@ TEST_F(AConversion, OfTheGreatestDepthStaysWithinTheStackThatItIsSaidToNeed) {
             EXPECT_TRUE(host::parseJson(host::writeJson(back)) == value);
         }
     };
+    const std::size_t stack = SSO_SANITIZED != 0 ? 8U << 20 : 4U << 20;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 4U << 20);
+    pthread_attr_setstacksize(&attributes, stack);
     pthread_t thread;
     ASSERT_EQ(
         pthread_create(&thread, &attributes, doAll, const_cast<std::function<void()>*>(&work)), 0);

@@ -10,15 +10,13 @@
 
 #include "asynchronous_commands.h"
 #include "ht_control.h"
-#include "module_path.h"
 #include "trace/location.h"
 
 namespace protocol {
 namespace {
 
-/// A signature in g++'s spelling, which our own build has: others write "char *".
+/// A signature in g++'s spelling, whatever compiler the module is from: others write "char *".
 std::string spelled(const std::string& signature) {
-    if (!support::moduleIsForeign()) return signature;
     static const std::regex blank(" ([*&])");
     return std::regex_replace(signature, blank, "$1");
 }

@@ -15,7 +15,7 @@ namespace host {
 
 /// Containers that may lie inside each other in a Value, itself included: somewhat more than the
 /// browser was seen to pass. What recurses over a Value of this depth, its destruction included,
-/// stays within 4 MiB of stack, with sanitizers too.
+/// stays within 4 MiB of stack, and with sanitizers within the 8 MiB that a thread has.
 inline constexpr std::size_t kMaxValueDepth = 2048;
 
 /// A Value would be nested deeper than kMaxValueDepth.
