@@ -114,7 +114,8 @@ TEST_P(WithoutATrace, DoesWhatItShouldOrEnds) {
         EXPECT_EQ(WTERMSIG(outcome.status), SIGABRT);
         // The page may be told more while the process ends, but nothing wrong.
         std::string said = outcome.said;
-        EXPECT_TRUE(takeLine(faults::kEndedBy + std::string("no room for the text\n"), &said)) << outcome.said;
+        EXPECT_TRUE(takeLine(faults::kEndedBy + std::string("no room for the text\n"), &said))
+            << outcome.said;
         EXPECT_EQ(told.compare(0, said.size(), said), 0) << outcome.said;
     }
     std::printf("%d writes, of which %d end the process\n", writes, ended);

@@ -116,6 +116,27 @@ TEST_F(WhenSomethingIsKilled, ThePopupsOfAnAgentAreCancelledAndNothingElse) {
     }
 }
 
+/// Waits until so many are open. @return whether they are, in time.
+bool hasOpenPopups(int count) {
+    const Clock::time_point end = Clock::now() + 5s;
+    while (ServiceProcess::instance().openPopups() != count) {
+        if (Clock::now() > end) return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+TEST_F(WhenSomethingIsKilled, APopupHasNoOwnerThatGaveTheLibraryUpAndStays) {
+    ServiceProcess& process = ServiceProcess::instance();
+    process.startAgent();
+    OperationsUnderWay popups;
+    for (int i = 0; i < 3; ++i) popups.showLogin();
+    EXPECT_TRUE(hasOpenPopups(3));
+    sso_give_proxy();
+    EXPECT_TRUE(hasOpenPopups(0));
+    process.killAgent();
+}
+
 TEST_F(WhenSomethingIsKilled, TheServiceGoesOnWithoutTheProcessThatAsked) {
     for (int round = 0; round < rounds(4); ++round) {
         SCOPED_TRACE(round);

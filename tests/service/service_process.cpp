@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -45,18 +46,34 @@ void ServiceProcess::requireBus() {
     m_bus.emplace(service::BusHold::get(SSO_TEST_SSOD));
 }
 
-bool ServiceProcess::load(const std::string& json) {
+std::optional<std::string> ServiceProcess::outputOf(const char* subject, const char* verb,
+                                                    const std::string& input) {
     service::BusClient client(m_bus->address());
-    int exitCode = -1;
+    std::optional<std::string> told;
     client.callAndWait(
         bus::control::kRun, service::pathOf(kState),
         [&](sd_bus_message* call) {
-            return sd_bus_message_append(call, bus::control::kRun.in, 2, "state", "load",
-                                         json.c_str());
+            return sd_bus_message_append(call, bus::control::kRun.in, 2, subject, verb,
+                                         input.c_str());
         },
         std::chrono::seconds(10),
-        [&](sd_bus_message* answer) { sd_bus_message_read(answer, "i", &exitCode); });
-    return exitCode == 0;
+        [&](sd_bus_message* answer) {
+            int exitCode = -1;
+            const char* output = nullptr;
+            if (sd_bus_message_read(answer, "is", &exitCode, &output) >= 0 && exitCode == 0) {
+                told = output;
+            }
+        });
+    return told;
+}
+
+bool ServiceProcess::load(const std::string& json) {
+    return outputOf("state", "load", json).has_value();
+}
+
+int ServiceProcess::openPopups() {
+    const auto list = outputOf("popup", "list", "");
+    return list ? static_cast<int>(nlohmann::json::parse(*list).size()) : -1;
 }
 
 std::optional<pid_t> ServiceProcess::processOf(const char* name) {

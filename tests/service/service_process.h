@@ -21,6 +21,8 @@ class ServiceProcess {
     void requireBus();
     /// Replaces all of the state. @return whether the service took it.
     bool load(const std::string& json);
+    /// How many popups the service has open; -1 when it does not tell.
+    int openPopups();
     /// Sends a signal to the service, if it runs; starts none.
     void killService(int signal);
     /// The service's process; nothing when it does not run.
@@ -39,6 +41,9 @@ class ServiceProcess {
 
   private:
     ServiceProcess();
+    /// Of a verb of two words: what it tells; nothing when it fails.
+    std::optional<std::string> outputOf(const char* subject, const char* verb,
+                                        const std::string& input);
     /// Of whoever has the name; nothing when nobody has.
     std::optional<pid_t> processOf(const char* name);
 

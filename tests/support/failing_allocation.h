@@ -4,8 +4,8 @@
 #include "sanitizer.h"
 
 // For SetUp(): skips where allocations cannot be made to fail.
-#define SSO_NEEDS_FAILING_ALLOCATION()                                                             \
-    if (SSO_THREAD_SANITIZED != 0)                                                                 \
+#define SSO_NEEDS_FAILING_ALLOCATION() \
+    if (SSO_THREAD_SANITIZED != 0)     \
     GTEST_SKIP() << "the thread sanitizer of clang keeps operator new to itself"
 
 namespace support {

@@ -43,6 +43,7 @@ TEST_F(AnInstanceWithoutAWorker, KeepsNothingWhenItCannotBeMade) {
 TEST_F(AnInstanceWithoutAWorker, LivesWithoutMessagesAndKeepsNothingAfterwards) {
     setFailure(WorkerFailure::Reports);
     const PP_Instance instance = m_module.host().embed();
+    m_module.host().runOnMain([] {});  // the main thread is done with its view
     ASSERT_EQ(m_module.host().liveResources().size(), 1U) << "the loop of the worker";
     EXPECT_TRUE(m_module.host().destroy(instance));
     expectNothingLeft();
