@@ -203,8 +203,9 @@ TEST_F(TheAccountsWindows, StayUntilThePasswordIsRight) {
     m_display.press({"Down"});
     m_display.type("wrong");
     m_display.press({"Return"});
-    // What is wrong is selected: what is typed now replaces it.
-    std::this_thread::sleep_for(std::chrono::seconds(1));
+    // What is wrong is selected: what is typed then replaces it. A password takes its time to be refused, the more
+    // so beside other tests, and nothing says it to the display.
+    std::this_thread::sleep_for(std::chrono::seconds(4));
     ASSERT_TRUE(m_display.shows(kLogin));
     m_display.type("correct horse");
     m_display.press({"Down", "Return"});

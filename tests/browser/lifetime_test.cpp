@@ -172,7 +172,8 @@ TEST_F(AnEmbedInTheBrowser, LeavesNothingBehindInAThousandCycles) {
             done = browser::figuresOfPluginProcess(browser, support::modulePath());
         }
     };
-    const Json result = runScript(R"js(
+    const Json result =
+        runScript(R"js(
         let right = 0;
         const cycle = async number => {
             const plugin = new Embedding();
@@ -188,7 +189,7 @@ TEST_F(AnEmbedInTheBrowser, LeavesNothingBehindInAThousandCycles) {
         console.log("done");
         return right;
     )js",
-                                  {"--grant", "partner", "--quit-after", "2"}, options);
+                  {"--grant", "partner", "--quit-after", "2", "--timeout", "200"}, options);
     EXPECT_EQ(result, 1100);
     ASSERT_TRUE(warm.known());
     ASSERT_TRUE(done.known());

@@ -118,7 +118,7 @@ TEST_F(WhenSomethingIsKilled, ThePopupsOfAnAgentAreCancelledAndNothingElse) {
 
 /// Waits until so many are open. @return whether they are, in time.
 bool hasOpenPopups(int count) {
-    const Clock::time_point end = Clock::now() + 5s;
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(5);
     while (ServiceProcess::instance().openPopups() != count) {
         if (Clock::now() > end) return false;
         std::this_thread::sleep_for(1ms);

@@ -60,8 +60,15 @@ async function run() {
   assert.deepStrictEqual([picture.readUInt32BE(16), picture.readUInt32BE(20)], [1280, 800]);
 
   const xdotool = (...args) => execFileSync("xdotool", args, { encoding: "utf8" });
-  const windows = () => xdotool("search", "--onlyvisible", "--name", "").trim().split("\n")
-    .map(id => xdotool("getwindowname", id).trim());
+  // One that goes while xdotool looks at it is an error of xdotool's.
+  const windows = () => eventually("the windows' names", () => {
+    try {
+      return xdotool("search", "--onlyvisible", "--name", "").trim().split("\n")
+        .map(id => xdotool("getwindowname", id).trim());
+    } catch {
+      return null;
+    }
+  });
   const window = xdotool("search", "--onlyvisible", "--name", "Browser tests").trim();
   xdotool("windowfocus", window);
   const zoom = () => pages[0].evaluate(() => Math.round(devicePixelRatio * 100));
@@ -74,13 +81,13 @@ async function run() {
     xdotool("key", key);
     await eventually(`${key} reloads`, () => pages[0].evaluate(() => !window.isOld).catch(() => false));
   }
-  assert(!windows().includes("Inspector"));
+  assert(!(await windows()).includes("Inspector"));
   // "Inspect" is the last entry of the menu.
   for (const key of ["F12", "ctrl+shift+i"]) {
     for (const shown of [true, false]) {
       xdotool("windowfocus", window);
       xdotool("key", key);
-      await eventually(`${key}, inspector ${shown}`, () => windows().includes("Inspector") === shown);
+      await eventually(`${key}, inspector ${shown}`, async () => (await windows()).includes("Inspector") === shown);
     }
   }
   xdotool("windowfocus", window);
@@ -92,7 +99,7 @@ async function run() {
       xdotool("key", key);
     }
     await sleep(500);
-    return windows().includes("Inspector");
+    return (await windows()).includes("Inspector");
   });
 
   browser.disconnect();
