@@ -117,6 +117,9 @@ TEST(Secrets, AreInNoErrorNoSignalNoLogNoProcessListAndNoEnvironment) {
         exec 2>errors
         # Before somebody else starts it: what it says on standard error is to be seen.
         DBUS_SESSION_BUS_ADDRESS=$address ssod --idle 0 >said 2>&1 & service=$!
+        until dbus-send --bus="$address" --print-reply --dest=org.freedesktop.DBus / \
+            org.freedesktop.DBus.NameHasOwner string:example.korvane.SSO1 | grep -q "boolean true"
+        do sleep 0.02; done
         dbus-monitor --address "$address" type=signal type=error >told 2>&1 & monitors=$!
         dbus-monitor --address "$address" >all 2>&1 & monitors="$monitors $!"
         until grep -q NameAcquired told && grep -q NameAcquired all; do sleep 0.02; done
