@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <map>
+#include <set>
+#include <string>
 
 #include "asynchronous_commands.h"
+#include "contract.h"
 #include "host/var_table.h"
 
 namespace protocol {
@@ -15,6 +18,28 @@ using host::VarTable;
 
 class TheReferences : public AsynchronousTest {
   protected:
+    using Requests = std::set<std::string>;
+
+    /// What pages send in the contract's rows that fulfil a condition, by an instance with their privileges.
+    std::map<PP_Instance, Requests> requestsWhere(
+        const std::function<bool(const contract::Row&)>& isWanted) {
+        const std::map<std::string, unsigned> bits = {{"sso.partner", support::kPartner},
+                                                      {"sso.platform", support::kPlatform},
+                                                      {"sso.public", support::kPublic}};
+        std::map<PP_Instance, Requests> requests;
+        for (const contract::Visit& visit : contract::readContract()) {
+            // No pairs of privileges: nothing but the gate tells them apart.
+            if (!visit.setting.account.empty() || visit.setting.privileges.size() == 2) continue;
+            unsigned privileges = 0;
+            for (const std::string& name : visit.setting.privileges) privileges |= bits.at(name);
+            Requests& those = requests[embedWith(privileges)];
+            for (const contract::Row& row : visit.rows) {
+                if (isWanted(row)) those.insert(row.request.dump());
+            }
+        }
+        return requests;
+    }
+
     /// Records while `action` runs and the plug-in gets idle.
     std::map<std::int64_t, std::vector<VarOperation>> recorded(
         PP_Instance instance, const std::function<void()>& action) {
@@ -68,48 +93,40 @@ using TheReferencesOfAMessage = TheReferences;
 using TheReferencesOfAPrivilegeAnswer = TheReferences;
 
 TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryBlockingPath) {
-    const PP_Instance instance = embedWith(support::kAll);
     const sso_login_info info = {"first", "uid", {}};
     ASSERT_EQ(setAnswer("sso_get_login_info", {0, nullptr, &info, nullptr}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_guid", {0, nullptr, nullptr, "guid"}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_auth_token", {0, nullptr, nullptr, "token"}), SSO_OK);
-    for (const char* request :
-         {R"({"command": "sso_plugin_getVersion"})", R"({"command": "sso_plugin_getSSOState"})",
-          R"({"command": "sso_plugin_getGuid"})", R"({"command": "sso_plugin_getLoginUid"})",
-          R"({"command": "sso_plugin_getLoginStatus"})",
-          R"({"command": "sso_plugin_getTermsAgreementState"})",
-          R"({"command": "sso_plugin_getTermsAgreementState", "termsId": ["x"]})",
-          R"({"command": "sso_plugin_getTermsAgreementState", "termsId": "x"})",
-          R"({"command": "sso_plugin_createAccount"})", R"({"command": "nothing"})",
-          R"({"command": [1]})", R"({})", R"("text")", R"([["x"]])",
-          R"({"$type": "arraybuffer", "bytes": [0, 0, 0, 0]})"}) {
-        SCOPED_TRACE(request);
-        const auto byVar = recorded(instance, [&] { replyTo(instance, json(request)); });
-        for (const auto& [id, operations] : byVar) expectBalanced(operations);
-        // The reply is a fresh dictionary, and its reference leaves with it.
-        const auto replies = madeBy(byVar, "PPB_VarDictionary.Create", "dictionary");
-        ASSERT_EQ(replies.size(), 1U);
-        EXPECT_EQ(countOf(byVar.at(replies[0]), "response"), 1U);
-        EXPECT_EQ(byVar.at(replies[0]).back().call, "response");
+    for (const auto& [instance, requests] :
+         requestsWhere([](const auto& row) { return row.path == contract::Path::Blocking; })) {
+        for (const std::string& request : requests) {
+            SCOPED_TRACE(request);
+            const auto byVar = recorded(instance, [&] { replyTo(instance, json(request)); });
+            for (const auto& [id, operations] : byVar) expectBalanced(operations);
+            // The reply is a fresh dictionary, and its reference leaves with it.
+            const auto replies = madeBy(byVar, "PPB_VarDictionary.Create", "dictionary");
+            ASSERT_EQ(replies.size(), 1U);
+            EXPECT_EQ(countOf(byVar.at(replies[0]), "response"), 1U);
+            EXPECT_EQ(byVar.at(replies[0]).back().call, "response");
+        }
     }
 }
 
+// Without an operation, whose answer comes later.
 TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryPostedPath) {
-    const PP_Instance instance = embedWith(support::kPartner);
-    for (const char* request :
-         {R"({"command": "sso_plugin_getVersion"})", R"({"command": "sso_plugin_getSSOState"})",
-          R"({"command": "nothing"})", R"({"command": ""})", R"({"command": [1]})", R"({})",
-          R"("text")", R"([["x"]])", R"({"$type": "arraybuffer", "bytes": [0, 0, 0, 0]})",
-          R"({"command": "sso_plugin_show_login_page"})",
-          R"({"command": "sso_plugin_show_login_page", "data": ["x"]})"}) {
-        SCOPED_TRACE(request);
-        const auto byVar =
-            recorded(instance, [&] { EXPECT_EQ(answersTo(instance, json(request)).size(), 1U); });
-        for (const auto& [id, operations] : byVar) {
-            expectBalanced(operations);
-            EXPECT_EQ(countOf(operations, "response"), 0U);
+    for (const auto& [instance, requests] : requestsWhere([](const auto& row) {
+             return row.path == contract::Path::Async && row.asksNothing;
+         })) {
+        for (const std::string& request : requests) {
+            SCOPED_TRACE(request);
+            const auto byVar = recorded(
+                instance, [&] { EXPECT_EQ(answersTo(instance, json(request)).size(), 1U); });
+            for (const auto& [id, operations] : byVar) {
+                expectBalanced(operations);
+                EXPECT_EQ(countOf(operations, "response"), 0U);
+            }
+            EXPECT_EQ(madeBy(byVar, "PPB_VarDictionary.Create", "dictionary").size(), 1U);
         }
-        EXPECT_EQ(madeBy(byVar, "PPB_VarDictionary.Create", "dictionary").size(), 1U);
     }
 }
 

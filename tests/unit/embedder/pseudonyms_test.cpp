@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "protocol_data.h"
+
 namespace {
 
 using embedder::Pseudonyms;
@@ -78,17 +80,17 @@ TEST_F(ThePseudonyms, AreCountedAndNotMadeOfTheText) {
 }
 
 TEST_F(ThePseudonyms, StandForTheValuesOfEveryKeyOfARequest) {
-    EXPECT_EQ(
-        request(
-            R"({"command":"sso_plugin_addPartnerAccountMappingInfo","appID":"1a","cpName":"2a",)"
-            R"("cpUID":"3a"})"),
-        R"({"command":"sso_plugin_addPartnerAccountMappingInfo","appID":"appID-1","cpName":)"
-        R"("cpName-1","cpUID":"cpUID-1"})");
-    EXPECT_EQ(
-        request(R"({"command":"sso_plugin_showTermsPage","termsId":"4a","callerId":"5a"})"),
-        R"({"command":"sso_plugin_showTermsPage","termsId":"termsId-1","callerId":"callerId-1"})");
-    EXPECT_EQ(request(R"({"command":"sso_plugin_show_login_page","data":"6a"})"),
-              R"({"command":"sso_plugin_show_login_page","data":"data-1"})");
+    for (const contract::Command& command : contract::protocol().commands) {
+        Pseudonyms pseudonyms;
+        Json made = {{"command", command.name}};
+        Json expected = made;
+        for (const contract::Key& key : command.keys) {
+            made[key.name] = key.name + " of somebody";
+            expected[key.name] = key.name + "-1";
+        }
+        pseudonyms.replaceRequest(made);
+        EXPECT_EQ(made.dump(), expected.dump());
+    }
 }
 
 TEST_F(ThePseudonyms, LeaveWhatIsEmptyAndWhatIsTheProtocols) {

@@ -45,7 +45,14 @@ const kKinds: Kind[] = [
     keys: cpUID => ({ appID: "a", cpName: "c", cpUID }), key: "result", part: result => ({ result }),
     result: result => ({ result }) },
 ];
-const kBlocking = ["getVersion", "getSSOState", "getGuid", "getLoginUid"];
+/** The blocking methods, and whether the plug-in replies with a number or a text. */
+const kBlocking = {
+  getVersion: String, getSSOState: String, getGuid: String, getLoginStatus: Number, getLoginUid: String,
+  getTermsAgreementState: Number,
+};
+type Blocking = keyof typeof kBlocking;
+const kBlockingMethods = Object.keys(kBlocking) as Blocking[];
+const kBlockingPrefix = "sso_plugin_";
 
 interface Call {
   id: number;
@@ -175,7 +182,10 @@ class World {
   #live(): void {
     this.deadSince = undefined;
     this.embed.show();
-    this.embed.reply = () => ({ code: 0, errorName: "", errorMessage: "", value: `${++this.#asked}` });
+    this.embed.reply = ({ command }) => ({
+      code: 0, errorName: "", errorMessage: "",
+      value: kBlocking[String(command).slice(kBlockingPrefix.length) as Blocking](++this.#asked),
+    });
   }
 
   #start({ kind: index, timeout, abortable }: Step & { do: "call" }): void {
@@ -258,21 +268,21 @@ class World {
   }
 
   #ask({ which, isSync }: Step & { do: "ask" }): void {
-    const method = kBlocking[which]!;
-    const check = (value: unknown) => this.#judge(() => expect(value).toBe(String(this.#asked)));
+    const method = kBlockingMethods[which]!;
+    const check = (value: unknown) => this.#judge(() => expect(value).toBe(kBlocking[method](this.#asked)));
     const fail = (error: any) => this.#judge(() => {
       expect(error, String(error)).toBeInstanceOf(SSOError);
-      expect(error.command).toBe(`sso_plugin_${method}`);
+      expect(error.command).toBe(kBlockingPrefix + method);
       expect(error.code).toMatch(this.isDisposed ? /^disposed$/ : /^(plug-in-gone|not-shown)$/);
       expect(this.isDisposed || this.deadSince !== undefined).toBe(true);
     });
     if (!isSync) {
-      (this.client as any)[method]().then(check, fail);
+      (this.client as any)[method]({ termsId: "t" }).then(check, fail);
       return;
     }
     let value: unknown;
     try {
-      value = (this.client as any)[method + "Sync"]();
+      value = (this.client as any)[method + "Sync"]({ termsId: "t" });
     } catch (error) {
       return fail(error);
     }
@@ -410,7 +420,7 @@ const step: fc.Arbitrary<Step> = fc.oneof(
     undefined, null, "text", 7, {}, [], { status: 0, command: "sso_plugin_signOut" }, { command: kKinds[2]!.command },
     { status: null, command: kKinds[2]!.command, token: "foreign" }, { status: 0n }, { status: 0, command: {} }) }) },
   { weight: 1, arbitrary: fc.constant<Step>({ do: "unregister" }) },
-  { weight: 3, arbitrary: fc.record({ do: fc.constant("ask" as const), which: fc.nat(3), isSync: fc.boolean() }) },
+  { weight: 3, arbitrary: fc.record({ do: fc.constant("ask" as const), which: fc.nat(kBlockingMethods.length - 1), isSync: fc.boolean() }) },
   { weight: 3, arbitrary: fc.record({ do: fc.constant("die" as const), how: fc.constantFrom("crash" as const, "hide" as const) }) },
   { weight: 2, arbitrary: fc.constant<Step>({ do: "reload" }) },
   { weight: 3, arbitrary: fc.record({ do: fc.constant("recover" as const), timeout: fc.constantFrom(0, 60, 500),
@@ -422,6 +432,14 @@ const options = fc.record({
   timeout: fc.constantFrom(undefined, undefined, 40, 1000), grace: fc.constantFrom(0, 30, 500, 10000),
   probe: fc.constantFrom(0, 40, 1000), autoRecover: fc.boolean(),
 }) as fc.Arbitrary<World["options"]>;
+
+test("the sequences have the methods of all commands", () => {
+  const client = SSOClient.attach(new PageEmbed());
+  client.dispose();
+  const others = ["embed", "on", "ready", "recover", "dispose"];
+  const sampled = [...kKinds.map(({ method }) => method), ...kBlockingMethods.flatMap(method => [method, method + "Sync"])];
+  expect(sampled.sort()).toEqual(Object.keys(client).filter(name => !others.includes(name)).sort());
+});
 
 test(`each call is settled once, in time, and by its own answer, in ${kRuns} sequences`, async () => {
   await fc.assert(fc.asyncProperty(options, fc.array(step, { minLength: 1, maxLength: 40, size: "max" }), async (options, steps) => {

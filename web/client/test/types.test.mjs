@@ -2,6 +2,7 @@
 import { join } from "node:path";
 import ts from "typescript";
 import { beforeAll, describe, expect, test } from "vitest";
+import { treeFile } from "./testing/files.mjs";
 
 const kHere = join(new URL(".", import.meta.url).pathname, "..");
 
@@ -131,6 +132,13 @@ beforeAll(() => {
 
 describe("the compiler takes", () => {
   test.each(Object.keys(kRight))("%s", name => expect(said.get(name)).toEqual([]));
+});
+
+// A command that has come since then is in the example, too.
+test.each(JSON.parse(treeFile("protocol/protocol.json")).commands)("the compiler saw $method", ({ method, path }) => {
+  for (const name of path === "blocking" ? [method, method + "Sync"] : [method]) {
+    expect(kRight["all methods"]).toContain(`client.${name}(`);
+  }
 });
 
 describe("the compiler refuses", () => {
