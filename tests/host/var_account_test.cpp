@@ -443,10 +443,11 @@ TEST_F(AVar, IsNotedOnlyAThousandTimes) {
 }
 
 TEST_F(AVar, IsForgottenByAReset) {
+    table().recordOperations(true);
     text("leaked");
     deadText("dead");
-    table().recordOperations(true);
     table().noteLeaks();
+    EXPECT_FALSE(table().operations().empty());
     table().reset();
     EXPECT_THAT(table().problems(), IsEmpty());
     EXPECT_THAT(table().moduleHeldVars(), IsEmpty());
