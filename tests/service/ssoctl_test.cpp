@@ -50,6 +50,22 @@ TEST_F(TheRemoteControl, PrintsLinesForAPersonAndJsonForAProgram) {
     EXPECT_EQ(m_desk.output("ssoctl --version"), "ssoctl " SSO_VERSION "\n");
 }
 
+// A query has no start of its own: the code of a start that fails ends it as any other does.
+TEST_F(TheRemoteControl, LetsAQueryFailWithAnyCode) {
+    const std::string guid = R"({"code":0,"errorMessage":"","errorName":"","value":"guid-robin"})";
+    const std::string none = R"({"code":0,"errorMessage":"","errorName":"","value":""})";
+    for (const char* code : {"-1", "-7"}) {
+        m_desk.output("ssoctl preset use signed-in && ssoctl fail getGuid --times 1 --code " +
+                      std::string(code));
+        EXPECT_EQ(m_desk.output(R"(for time in 1 2; do
+                                       echo '{"call": {"command": "sso_plugin_getGuid"}}'
+                                   done | sso-host --state default --grant partner |
+                                       sed 's/.*"reply"://; s/}$//')"),
+                  none + "\n" + guid + "\n")
+            << code;
+    }
+}
+
 TEST_F(TheRemoteControl, PrintsNothingThatMovesTheCursor) {
     m_desk.output(R"(ssoctl account add kim --display-name $'\e[2J\nKim' --uid 1 --guid 2)");
     EXPECT_EQ(m_desk.output("ssoctl account list"),
