@@ -217,6 +217,16 @@ TEST_F(ASilentService, EndsWhatWasUnderWay) {
     EXPECT_TRUE(operations.done().empty());
 }
 
+// It answers whoever asks whether it is there, though not yet the call.
+TEST_F(ASilentService, IsNoneThatTakesItsTime) {
+    start(R"(, "requestDelayMs": 2500)");
+    OperationsUnderWay operations;
+    operations.addMapping("user");
+    EXPECT_TRUE(operations.wait(8s));
+    operations.expectOneCallbackEach();
+    EXPECT_EQ(operations.done(), std::set<std::string>{"user"});
+}
+
 TEST_F(ASilentService, DoesNotHoldUpTheEnd) {
     start(R"(, "requestDelayMs": 60000)");
     OperationsUnderWay operations;
