@@ -42,9 +42,10 @@ class AnOlderStore : public ::testing::Test {
         Store(m_file).replace(m_description, {{"made", "1"}});
     }
 
-    Database open() const {
+    Database open() const { return open(m_file); }
+    static Database open(const std::string& file) {
         sqlite3* database = nullptr;
-        EXPECT_EQ(sqlite3_open(m_file.c_str(), &database), SQLITE_OK);
+        EXPECT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
         return Database(database);
     }
 
@@ -66,6 +67,21 @@ class AnOlderStore : public ::testing::Test {
     const std::string m_file = m_folder.path("state.db");
     account::Description m_description;
 };
+
+// A program that ends at any moment leaves all of a version or nothing.
+TEST_F(AnOlderStore, IsBroughtUpToDateAtOnce) {
+    const Database database = open(":memory:");  // of no version
+    int commits = 0;
+    sqlite3_commit_hook(
+        database.get(),
+        [](void* count) {
+            ++*static_cast<int*>(count);
+            return 0;
+        },
+        &commits);
+    migrate(database.get(), storeMigrations());
+    EXPECT_EQ(commits, 1);
+}
 
 TEST_F(AnOlderStore, IsBroughtUpToDateAndLosesNothing) {
     const auto known = static_cast<std::int64_t>(storeMigrations().size());
