@@ -183,6 +183,20 @@ TEST_F(WhenSomethingIsKilled, TheServiceIsThereAgainForTheNextCall) {
     EXPECT_LT(Clock::now() - before, 1s);
 }
 
+using AnOperationThatWasGivenUp = WhenSomethingIsKilled;
+
+TEST_F(AnOperationThatWasGivenUp, ChangesNothingLater) {
+    start(R"(, "requestDelayMs": 300)");
+    OperationsUnderWay operations;
+    operations.addMapping("user");
+    EXPECT_EQ(operations.countStarted(), 1);
+    EXPECT_EQ(sso_give_proxy(), SSO_OK);
+    operations.expectOneCallbackEach();
+    EXPECT_TRUE(operations.done().empty());
+    std::this_thread::sleep_for(1s);
+    EXPECT_TRUE(mappedUsers(ServiceProcess::instance().database()).empty());
+}
+
 /// A service that is stopped keeps its name, and says nothing.
 class ASilentService : public WhenSomethingIsKilled {
   protected:
