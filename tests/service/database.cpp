@@ -1,12 +1,13 @@
 #include "database.h"
 
+#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <vector>
 
 namespace {
 
-std::vector<std::string> column(const std::filesystem::path& file, const char* sql) {
+std::vector<std::string> column(const std::filesystem::path& file, const std::string& sql) {
     sqlite3* database = nullptr;
     std::vector<std::string> texts;
     if (sqlite3_open(file.c_str(), &database) == SQLITE_OK) {
@@ -16,7 +17,7 @@ std::vector<std::string> column(const std::filesystem::path& file, const char* s
             return 0;
         };
         char* error = nullptr;
-        sqlite3_exec(database, sql, take, &texts, &error);
+        sqlite3_exec(database, sql.c_str(), take, &texts, &error);
         if (error != nullptr) texts = {error};
         sqlite3_free(error);
     }
@@ -34,4 +35,8 @@ std::string integrity(const std::filesystem::path& file) {
 std::set<std::string> mappedUsers(const std::filesystem::path& file) {
     const auto users = column(file, "SELECT cp_uid FROM mapping");
     return {users.begin(), users.end()};
+}
+
+void execute(const std::filesystem::path& file, const std::string& sql) {
+    EXPECT_EQ(column(file, sql), std::vector<std::string>{});
 }

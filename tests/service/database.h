@@ -11,4 +11,7 @@ std::string integrity(const std::filesystem::path& file);
 /// The partner's users of all mappings in a state's database.
 std::set<std::string> mappedUsers(const std::filesystem::path& file);
 
+/// Does something to a database, which has to succeed.
+void execute(const std::filesystem::path& file, const std::string& sql);
+
 #endif

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -66,6 +68,35 @@ TEST(TheServicesProgram, NamesTheBussProgramThatIsMissing) {
     EXPECT_EQ(result.errors,
               "ssod: dbus-daemon cannot be started; it is in the package dbus-daemon\n"
               "ssoctl: the account service's bus could not be started\n");
+}
+
+// The buses that the desk starts let nobody else in; this one does.
+TEST(TheServicesProgram, ServesItsOwnUserAlone) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can call as another user";
+    Desk desk(Desk::Bus::StartedByPrograms);
+    ASSERT_EQ(chmod(desk.folder().path("").c_str(), 0711), 0);
+    const ProcessResult result = desk.bash(R"(
+        address=unix:path=$PWD/bus
+        echo '<busconfig><listen>'$address'</listen><auth>EXTERNAL</auth><policy context="default">
+            <allow user="*"/><allow own="*"/><allow send_destination="*" eavesdrop="true"/>
+            <allow receive_sender="*"/></policy></busconfig>' >bus.conf
+        dbus-daemon --config-file=$PWD/bus.conf --nofork --nopidfile --nosyslog 2>/dev/null & bus=$!
+        until [ -S bus ]; do sleep 0.02; done
+        DBUS_SESSION_BUS_ADDRESS=$address ssod --idle 0 & service=$!
+        ask() {
+            "$@" dbus-send --bus=$address --print-reply=literal --dest=example.korvane.SSO1 \
+                /example/korvane/SSO1/default example.korvane.SSO1.Account.GetGuid 2>&1
+        }
+        until ask >/dev/null; do sleep 0.02; done
+        ask
+        ask setpriv --reuid 65534 --regid 65534 --clear-groups
+        kill $service; wait $service
+        kill $bus; wait $bus
+    )");
+    EXPECT_EQ(result.output,
+              "   int32 -2\n"  // nobody is signed in
+              "   Error org.freedesktop.DBus.Error.AccessDenied: Permission denied\n");
+    EXPECT_EQ(result.errors, "");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "account/account_file.h"
+#include "database.h"
 #include "password.h"
 #include "sso_api.h"
 #include "temporary_folder.h"
@@ -26,6 +27,7 @@ using service::PopupKind;
 using service::State;
 using std::chrono::milliseconds;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using ::testing::Optional;
 using ::testing::Pair;
 
@@ -118,11 +120,28 @@ TEST_F(AState, KeepsWhatItsUsersChange) {
 TEST_F(AState, SeesWhatAnotherProcessChanges) {
     State other("name", m_folder.path("state.db"), m_world);
     other.change("session", [](account::Account& account) { return account.signIn("kim"); });
-    EXPECT_EQ(m_state.account().identity().value.uid, "uid-kim");
+    EXPECT_EQ(m_state.change(
+                  "session",
+                  [](const account::Account& account) { return account.identity().value.uid; }),
+              "uid-kim");
+    other.change("session", [](account::Account& account) { return account.signIn("robin"); });
+    EXPECT_EQ(m_state.account().identity().value.uid, "uid-robin");
     other.order([](service::Orders& orders) { orders.hang(Operation::GetGuid); });
     EXPECT_TRUE(m_state.orders().hangs(Operation::GetGuid));
     other.setClockOffset(milliseconds(3600000));
     EXPECT_EQ(m_state.clockOffset(), milliseconds(3600000));
+}
+
+TEST_F(AState, TellsNothingOfWhatCannotBeKept) {
+    execute(
+        m_folder.path("state.db"),
+        "CREATE TRIGGER full BEFORE INSERT ON account BEGIN SELECT RAISE(ABORT, 'no room'); END");
+    const auto nothing = [](Description&) {};
+    EXPECT_THROW(m_state.administer("accounts", nothing), service::StoreError);
+    EXPECT_THROW(m_state.replace(m_state.account().description(), {}, milliseconds(0)),
+                 service::StoreError);
+    EXPECT_THAT(m_world.events, IsEmpty());
+    EXPECT_EQ(m_state.account().description().profiles.size(), 2U);
 }
 
 TEST_F(AState, KeepsPasswordsAsHashes) {

@@ -42,15 +42,6 @@ class AStore : public ::testing::Test {
         }
     }
 
-    void execute(const std::string& sql) {
-        sqlite3* database = nullptr;
-        ASSERT_EQ(sqlite3_open(file().c_str(), &database), SQLITE_OK);
-        char* error = nullptr;
-        sqlite3_exec(database, sql.c_str(), nullptr, nullptr, &error);
-        EXPECT_EQ(error, nullptr) << error;
-        sqlite3_close(database);
-    }
-
     support::TemporaryFolder m_folder;
 };
 
@@ -200,7 +191,7 @@ TEST_F(AStore, OfAnotherProgramIsRefusedAndLeftAsItIs) {
     for (const char* marks : {"", "PRAGMA user_version = 1; PRAGMA application_id = 77"}) {
         SCOPED_TRACE(marks);
         fs::remove(file());
-        execute(std::string("CREATE TABLE theirs (x);") + marks);
+        execute(file(), std::string("CREATE TABLE theirs (x);") + marks);
         const std::string before = m_folder.read("state.db");
         EXPECT_EQ(errorOf(file()),
                   file().string() + " cannot be used: is a database of another program");
@@ -210,7 +201,7 @@ TEST_F(AStore, OfAnotherProgramIsRefusedAndLeftAsItIs) {
 
 TEST_F(AStore, OfANewerVersionIsRefusedWithTheCure) {
     { Store store(file()); }
-    execute("PRAGMA user_version = 1000");
+    execute(file(), "PRAGMA user_version = 1000");
     EXPECT_EQ(
         errorOf(file()),
         file().string() +
