@@ -97,8 +97,9 @@ TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryBlockingPath) {
     ASSERT_EQ(setAnswer("sso_get_login_info", {0, nullptr, &info, nullptr}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_guid", {0, nullptr, nullptr, "guid"}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_auth_token", {0, nullptr, nullptr, "token"}), SSO_OK);
-    for (const auto& [instance, requests] :
+    for (const auto& [made, requests] :
          requestsWhere([](const auto& row) { return row.path == contract::Path::Blocking; })) {
+        const PP_Instance instance = made;
         for (const std::string& request : requests) {
             SCOPED_TRACE(request);
             const auto byVar = recorded(instance, [&] { replyTo(instance, json(request)); });
@@ -114,9 +115,10 @@ TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryBlockingPath) {
 
 // Without an operation, whose answer comes later.
 TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryPostedPath) {
-    for (const auto& [instance, requests] : requestsWhere([](const auto& row) {
+    for (const auto& [made, requests] : requestsWhere([](const auto& row) {
              return row.path == contract::Path::Async && row.asksNothing;
          })) {
+        const PP_Instance instance = made;
         for (const std::string& request : requests) {
             SCOPED_TRACE(request);
             const auto byVar = recorded(
