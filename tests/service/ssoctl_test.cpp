@@ -66,6 +66,53 @@ TEST_F(TheRemoteControl, LetsAQueryFailWithAnyCode) {
     }
 }
 
+TEST_F(TheRemoteControl, TellsItsVerbsInTheOrderOfTheirUse) {
+    EXPECT_EQ(m_desk.output("ssoctl --help"), R"(The remote control of the account service.
+Usage: ssoctl [OPTIONS] SUBCOMMAND
+
+Options:
+  -h,--help                   Print this help; after a verb, the verb's
+  --state NAME                Which state it is about; default: default
+  --json                      Print JSON, for programs
+
+Subcommands:
+  status                      Tell the state in short
+  state                       Whole states; --state says which one all other verbs are about
+  preset                      States to begin with
+  account                     Accounts of the device's users
+  sign-in                     Sign a user in, as if the login page had been gone through
+  sign-out                    Sign the user out
+  client                      Clients, which ask for access tokens
+  token                       Access tokens that clients have got
+  terms                       Terms that users can agree to
+  mapping                     Partners' users that an account is mapped to
+  popup                       Popups, which applications ask for
+  fail                        Let an operation fail
+  delay                       Let an operation take longer
+  hang                        Let an operation not be answered, for a minute; a popup stays open
+  reset                       Take back fail, delay and hang, and what was set for the next popups
+  clock                       Tell the time of the state's clock, by which tokens expire
+  run                         Run a scenario: one verb a line, # begins a comment
+  watch                       Show changes and operations as they happen
+  wait                        Do nothing for a time
+  wait-for                    Wait for an event; in a scenario, one that came after the last that was waited for will do
+  doctor                      Tell what runs, where, and what is wrong
+  completion                  Completion for shells
+  verbs                       Tell all verbs, for programs
+
+Exit codes:
+  0  done
+  1  refused, told on standard error; nothing has changed
+  2  no such verb, or wrong arguments
+  3  the account service cannot be reached
+  4  what was waited for has not come
+Of a scenario, the code of the line that ended it.
+
+Example:
+  ssoctl preset use signed-in && ssoctl status
+)");
+}
+
 TEST_F(TheRemoteControl, PrintsNothingThatMovesTheCursor) {
     m_desk.output(R"(ssoctl account add kim --display-name $'\e[2J\nKim' --uid 1 --guid 2)");
     EXPECT_EQ(m_desk.output("ssoctl account list"),
