@@ -308,6 +308,8 @@ TEST_F(TheCompletion, KnowsVerbsOptionsAndValues) {
     EXPECT_EQ(complete("ssoctl preset use s", 3), "signed-in signed-out slow\n");
     EXPECT_EQ(complete("ssoctl popup close l", 3), "login\n");
     EXPECT_EQ(complete("ssoctl fail getAcc", 2), "getAccessToken\n");
+    EXPECT_EQ(complete("ssoctl terms add --", 3),
+              "--help --version --title --text-stdin --json --state\n");
 }
 
 using TheExamples = Ssoctl;
