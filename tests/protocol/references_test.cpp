@@ -97,8 +97,9 @@ TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryBlockingPath) {
     ASSERT_EQ(setAnswer("sso_get_login_info", {0, nullptr, &info, nullptr}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_guid", {0, nullptr, nullptr, "guid"}), SSO_OK);
     ASSERT_EQ(setAnswer("sso_get_auth_token", {0, nullptr, nullptr, "token"}), SSO_OK);
-    for (const auto& [made, requests] :
-         requestsWhere([](const auto& row) { return row.path == contract::Path::Blocking; })) {
+    const auto all =
+        requestsWhere([](const auto& row) { return row.path == contract::Path::Blocking; });
+    for (const auto& [made, requests] : all) {
         const PP_Instance instance = made;
         for (const std::string& request : requests) {
             SCOPED_TRACE(request);
@@ -115,9 +116,9 @@ TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryBlockingPath) {
 
 // Without an operation, whose answer comes later.
 TEST_F(TheReferencesOfAMessage, AreBalancedOnEveryPostedPath) {
-    for (const auto& [made, requests] : requestsWhere([](const auto& row) {
-             return row.path == contract::Path::Async && row.asksNothing;
-         })) {
+    const auto all = requestsWhere(
+        [](const auto& row) { return row.path == contract::Path::Async && row.asksNothing; });
+    for (const auto& [made, requests] : all) {
         const PP_Instance instance = made;
         for (const std::string& request : requests) {
             SCOPED_TRACE(request);
