@@ -1,8 +1,11 @@
 // Completion for bash, made from the verbs as the service tells them.
 
+#include <array>
 #include <cstdio>
 #include <map>
 #include <set>
+#include <sstream>
+#include <string>
 
 #include "verb.h"
 
@@ -11,22 +14,28 @@ namespace {
 
 constexpr const char* kStart = R"(# bash completion for ssoctl:  source <(ssoctl completion bash)
 _ssoctl() {
-    local current=${COMP_WORDS[COMP_CWORD]} before="" words="" i
+    local -A words=(
+)";
+
+// After a verb's argument come its options only.
+constexpr const char* kEnd = R"(    )
+    local verb="ssoctl " next only="" i
+    COMPREPLY=()
     for ((i = 1; i < COMP_CWORD; ++i)); do
+        next="$verb${COMP_WORDS[i]} "
         case ${COMP_WORDS[i]} in
             --state) ((++i)) ;;
             -*) ;;
-            *) before+="${COMP_WORDS[i]} " ;;
+            *) if [[ ! $only && ${words[$next]} ]]; then verb=$next; else only='!-*'; fi ;;
         esac
     done
-    case $before in
-)";
-
-constexpr const char* kEnd = R"(    esac
-    mapfile -t COMPREPLY < <(compgen -W "$words --help --json --state" -- "$current")
+    ((i == COMP_CWORD)) || return  # a state's name
+    mapfile -t COMPREPLY < <(compgen -W "${words[$verb]}" -X "$only" -- "${COMP_WORDS[i]}")
 }
 complete -o default -F _ssoctl ssoctl
 )";
+
+constexpr std::array<const char*, 3> kEverywhere = {"--help", "--json", "--state"};
 
 }  // namespace
 
@@ -35,26 +44,23 @@ void printCompletion(Session& session) {
     std::map<std::string, std::set<std::string>> next;
     const Json verbs = Json::parse(session.remote.run({"verbs"}, "").output);
     for (const Json& verb : verbs) {
-        std::string before;
-        std::string words = verb.at("verb").get<std::string>() + " ";
-        for (std::size_t space = 0; (space = words.find(' ')) != std::string::npos;) {
-            next[before].insert(words.substr(0, space));
-            before += words.substr(0, space + 1);
-            words.erase(0, space + 1);
-        }
+        std::string before = "ssoctl ";
+        std::istringstream words(verb.at("verb").get<std::string>());
+        for (std::string word; words >> word; before += word + " ") next[before].insert(word);
         for (const char* more : {"options", "values"}) {
             for (const Json& word : verb.at(more)) next[before].insert(word.get<std::string>());
         }
     }
     std::fputs(kStart, stdout);
-    for (const auto& [before, words] : next) {
-        std::printf("        \"%s\") words=\"", before.c_str());
+    for (auto& [before, words] : next) {
+        words.insert(kEverywhere.begin(), kEverywhere.end());
+        std::printf("        [\"%s\"]=\"", before.c_str());
         const char* separator = "";
         for (const std::string& word : words) {
             std::printf("%s%s", separator, word.c_str());
             separator = " ";
         }
-        std::puts("\" ;;");
+        std::puts("\"");
     }
     std::fputs(kEnd, stdout);
 }

@@ -319,11 +319,23 @@ TEST_F(TheCompletion, KnowsVerbsOptionsAndValues) {
     };
     EXPECT_EQ(complete("ssoctl si", 1), "sign-in sign-out\n");
     EXPECT_EQ(complete("ssoctl --state other account ''", 4),
-              "add list remove --help --json --state\n");
+              "--help --json --state add list remove\n");
     EXPECT_EQ(complete("ssoctl account add --p", 3), "--password-stdin\n");
     EXPECT_EQ(complete("ssoctl preset use s", 3), "signed-in signed-out slow\n");
     EXPECT_EQ(complete("ssoctl popup close l", 3), "login\n");
     EXPECT_EQ(complete("ssoctl fail getAcc", 2), "getAccessToken\n");
+    EXPECT_EQ(complete("ssoctl clock ''", 2), "--help --json --state advance reset\n");
+    EXPECT_EQ(complete("ssoctl terms add terms-1 --version 2 ''", 6),
+              "--help --json --state --text-stdin --title --version\n");
+    EXPECT_EQ(complete("ssoctl fail getGuid ''", 3), "--code --help --json --state --times\n");
+    EXPECT_EQ(complete("ssoctl account add clock ''", 4),
+              "--display-name --guid --help --json --password-stdin --state --uid\n")
+        << "an argument is no verb";
+    EXPECT_EQ(complete("ssoctl '$(touch made)' sign", 2), "\n");
+    EXPECT_FALSE(std::filesystem::exists(m_desk.folder().path("here/made")));
+    EXPECT_EQ(complete("ssoctl --state ''", 2), "\n");
+    EXPECT_EQ(complete("ssoctl --state clock account ''", 4),
+              "--help --json --state add list remove\n");
 }
 
 using TheExamples = Ssoctl;
