@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,6 +21,7 @@
 #include "module_path.h"
 #include "process.h"
 #include "temporary_folder.h"
+#include "thread_signal.h"
 
 namespace {
 
@@ -97,6 +99,8 @@ class TheCheck : public ::testing::Test {
         arguments.push_back(nullptr);
         const pid_t check = fork();
         if (check != 0) return check;
+        prctl(PR_SET_PDEATHSIG, SIGTERM);  // when the test itself is ended
+        ::signal(SIGINT, SIG_DFL);         // which is ignored in the background of a shell's script
         for (const std::string& variable : environment) {
             const std::size_t end = variable.find('=');
             setenv(variable.substr(0, end).c_str(), variable.substr(end + 1).c_str(), 1);
@@ -123,7 +127,7 @@ class TheCheck : public ::testing::Test {
 
     template <typename Condition>
     static bool comesTrue(Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        const auto deadline = std::chrono::steady_clock::now() + support::kLongEnough;
         while (!condition()) {
             if (std::chrono::steady_clock::now() > deadline) return false;
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -269,13 +273,13 @@ TEST_F(TheCheck, LeavesNeitherATestThatHangsNorAFileBehindWhenItIsKilled) {
         const pid_t check =
             startCheck({m_faulty, "--limit", "600", "--filter", "TheVersion.IsAText"},
                        with("hang PPP_ShutdownModule"));
-        EXPECT_TRUE(comesTrue([&] { return testsAreRunning(); }));
+        SCOPED_TRACE(signal);
+        ASSERT_TRUE(comesTrue([&] { return testsAreRunning(); }));
         EXPECT_FALSE(std::filesystem::is_empty(temporary));
         kill(check, signal);
-        waitpid(check, nullptr, 0);
-        EXPECT_TRUE(comesTrue([&] { return !testsAreRunning(); })) << "after signal " << signal;
-        EXPECT_TRUE(comesTrue([&] { return std::filesystem::is_empty(temporary); }))
-            << "after signal " << signal;
+        ASSERT_TRUE(comesTrue([&] { return waitpid(check, nullptr, WNOHANG) == check; }));
+        ASSERT_TRUE(comesTrue([&] { return !testsAreRunning(); }));
+        ASSERT_TRUE(comesTrue([&] { return std::filesystem::is_empty(temporary); }));
     }
 }
 

@@ -131,13 +131,13 @@ TEST_F(AWindowsAgent, IsToldWhatToFillIn) {
     m_agent.showLogin();
     ASSERT_TRUE(m_agent.events.waitFor(R"(["open",1,"Sign in",true])"));
     m_desk.output("ssoctl popup fill loginId=kim --password-stdin <<<kims-password");
-    EXPECT_TRUE(m_agent.events.waitFor(
+    ASSERT_TRUE(m_agent.events.waitFor(
         R"(["fill",1,{"loginId":"kim","password":"kims-password","repeated":"kims-password"},false])"));
     m_desk.output("ssoctl popup fill --submit displayName=Kim");
-    EXPECT_TRUE(m_agent.events.waitFor(R"(["fill",1,{"displayName":"Kim"},true])"));
+    ASSERT_TRUE(m_agent.events.waitFor(R"(["fill",1,{"displayName":"Kim"},true])"));
     m_desk.output("ssoctl popup close");
-    EXPECT_TRUE(m_agent.events.waitFor(R"(["take away",1])"));
-    EXPECT_TRUE(m_agent.events.waitFor(R"(["ended",0,1])"));
+    ASSERT_TRUE(m_agent.events.waitFor(R"(["take away",1])"));
+    ASSERT_TRUE(m_agent.events.waitFor(R"(["ended",0,1])"));
 }
 
 TEST_F(AWindowsAgent, IsToldWhatIsWrongAndWhenTheWindowIsDone) {
@@ -148,7 +148,7 @@ TEST_F(AWindowsAgent, IsToldWhatIsWrongAndWhenTheWindowIsDone) {
               R"([false,{"password":"The sign-in name or the password is wrong."}])");
     EXPECT_EQ(m_agent.submit(1, {{"loginId", "kim"}, {"password", "kims-password"}}).dump(),
               R"([true,{}])");
-    EXPECT_TRUE(m_agent.events.waitFor(R"(["ended",0,0])"));
+    ASSERT_TRUE(m_agent.events.waitFor(R"(["ended",0,0])"));
     EXPECT_EQ(m_desk.output("ssoctl status | grep signedIn"), "signedIn: kim\n");
 }
 
