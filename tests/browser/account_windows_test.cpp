@@ -27,6 +27,7 @@
 #include "operations_under_way.h"
 #include "password.h"
 #include "process_figures.h"
+#include "process_file.h"
 #include "rounds.h"
 #include "service/bus_address.h"
 #include "service/bus_client.h"
@@ -151,9 +152,10 @@ class TheAccountsWindows : public browser::BrowserTest {
             std::error_code error;
             const bool isIt =
                 fs::read_symlink(process.path() / "exe", error).filename() == program &&
-                readAll(process.path() / "cmdline").find("--keep-bus") == std::string::npos &&
-                readAll(process.path() / "environ").find(m_desk.path("XDG_RUNTIME_DIR")) !=
-                    std::string::npos;
+                support::processFile(process.path() / "cmdline").find("--keep-bus") ==
+                    std::string::npos &&
+                support::processFile(process.path() / "environ")
+                        .find(m_desk.path("XDG_RUNTIME_DIR")) != std::string::npos;
             if (isIt) return std::stoi(process.path().filename());
         }
         return -1;
@@ -417,7 +419,7 @@ TEST_F(TheAccountsWindows, FailWhenTheirProcessIsKilled) {
     pid_t youngest = -1;
     for (const pid_t process : browser::descendantsOf(m_browser)) {
         const std::string command =
-            readAll(fs::path("/proc") / std::to_string(process) / "cmdline");
+            support::processFile(fs::path("/proc") / std::to_string(process) / "cmdline");
         if (command.find("--type=renderer") != std::string::npos)
             youngest = std::max(youngest, process);
     }

@@ -20,6 +20,7 @@
 
 #include "module_path.h"
 #include "process.h"
+#include "process_file.h"
 #include "temporary_folder.h"
 #include "thread_signal.h"
 
@@ -115,8 +116,8 @@ class TheCheck : public ::testing::Test {
     bool testsAreRunning() const {
         for (const auto& process : std::filesystem::directory_iterator("/proc")) {
             // Both are empty when it ends meanwhile.
-            const std::string command = bytesOf(process.path() / "cmdline");
-            const std::string environment = bytesOf(process.path() / "environ");
+            const std::string command = support::processFile(process.path() / "cmdline");
+            const std::string environment = support::processFile(process.path() / "environ");
             if (command.find("/bin/protocol-tests") < command.find('\0') &&
                 environment.find("SSO_CHECKED_IN=" + m_folder.path("")) != std::string::npos) {
                 return true;
