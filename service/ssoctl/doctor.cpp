@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 #include "remote.h"
@@ -56,11 +57,22 @@ void examineFolders(Examination& found) {
     }
 }
 
-void examineService(Examination& found, const fs::path& ssod, const std::string& state) {
+std::optional<service::BusHold> examineBus(Examination& found, const fs::path& ssod) {
     try {
-        const service::BusHold hold = service::BusHold::get(ssod);
+        service::BusHold hold = service::BusHold::get(ssod);
         found.well("bus", (hold.isPrivate() ? "private, " : "of the session, ") + hold.address());
-        Remote remote(hold.address(), state);
+        return hold;
+    } catch (const std::exception& error) {
+        found.wrong("bus", error.what(),
+                    "install the package dbus-daemon when it is missing; let XDG_RUNTIME_DIR be a "
+                    "folder of yours alone that can be written");
+        return std::nullopt;
+    }
+}
+
+void examineService(Examination& found, const service::BusHold& bus, const std::string& state) {
+    try {
+        Remote remote(bus.address(), state);
         const Json status = Json::parse(remote.run({"status"}, "").output);
         const std::string version = status.at("service").get<std::string>();
         if (version == SSO_VERSION) {
@@ -95,7 +107,9 @@ bool examine(const fs::path& ssod, const std::string& state, bool json) {
     Examination found;
     examineProgram(found, ssod);
     examineFolders(found);
-    if (found.isWell()) examineService(found, ssod, state);
+    if (found.isWell()) {
+        if (const auto bus = examineBus(found, ssod)) examineService(found, *bus, state);
+    }
     if (json) {
         std::printf("%s\n", found.findings().dump().c_str());
         return found.isWell();

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "desk.h"
+#include "module_path.h"
 
 namespace {
 
@@ -67,6 +68,15 @@ TEST(TheServicesProgram, NamesTheBussProgramThatIsMissing) {
     EXPECT_EQ(result.errors,
               "ssod: dbus-daemon cannot be started; it is in the package dbus-daemon\n"
               "ssoctl: the account service's bus could not be started\n");
+
+    const ProcessResult doctor = desk.bash("PATH=/nowhere $(command -v ssoctl) doctor");
+    EXPECT_EQ(doctor.exitCode, 1);
+    EXPECT_EQ(doctor.output,
+              "ok     service's program: " + support::builtPath("bin/ssod") +
+                  "\nok     states: " + desk.folder().path("data/sso-desk/states") +
+                  "\nwrong  bus: the account service's bus could not be started\n"
+                  "       cure: install the package dbus-daemon when it is missing; let "
+                  "XDG_RUNTIME_DIR be a folder of yours alone that can be written\n");
 }
 
 // The buses that the desk starts let nobody else in; this one does.
