@@ -9,6 +9,9 @@ class Handler : public HandlerProbe {
     explicit Handler(PP_Instance instance) : m_instance(instance), m_handler(&m_instance) {}
 
     void registerOnThisThread() override { m_handler.Register(); }
+    void wasUnregistered(PP_Instance instance) override {
+        m_handler.WasUnregistered(pp::InstanceHandle(instance));
+    }
     bool checkPrivilege(const std::string& command) override {
         return m_handler.m_CheckPrivilege(command);
     }

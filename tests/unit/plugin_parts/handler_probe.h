@@ -13,6 +13,8 @@ class HandlerProbe {
   public:
     virtual ~HandlerProbe() = default;
     virtual void registerOnThisThread() = 0;
+    /// @param instance  not only the handler's own.
+    virtual void wasUnregistered(PP_Instance instance) = 0;
     virtual bool checkPrivilege(const std::string& command) = 0;
     /// @param keys  null passes a null key array.
     virtual void respond(const std::string& command, int status, const std::string& errorName,

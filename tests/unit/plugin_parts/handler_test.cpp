@@ -245,6 +245,22 @@ TEST_F(AHandler, RegistersOnTheLoopOfTheCallingThread) {
                     line(0, 5, "Register", 379, kGreen, "Error while registering MessageHandler")));
 }
 
+TEST_F(AHandler, TellsTheInstanceThatItIsToldToHaveLeft) {
+    const PP_Instance other = m_probe.host().embed();
+    m_probe.host().drain(other);
+    handler(m_page).wasUnregistered(other);
+    m_probe.host().drain(other);
+    const std::vector<host::Message> messages = m_probe.host().takeMessages();
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0].instance, other);
+    EXPECT_EQ(messages[0].value, Value("Unregister"));
+    EXPECT_THAT(
+        takeLog(),
+        ElementsAre(line(0, 5, "WasUnregistered", 385, kGreen, "WasUnregistered"),
+                    line(0, 5, "WasUnregistered", 386, kGreen, "NDL-HT running : WasUnregistered"),
+                    line(0, 5, "WasUnregistered", 388, kGreen, "NDL-HT done")));
+}
+
 TEST_F(AHandler, OnceRegisteredAnswersOnThatThread) {
     const auto* loops = static_cast<const PPB_MessageLoop_1_0*>(
         host::browserInterface(PPB_MESSAGELOOP_INTERFACE_1_0));
