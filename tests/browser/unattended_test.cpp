@@ -98,9 +98,10 @@ TEST_F(AnUnattendedRun, NamesThePageThatWasNotLoaded) {
         runBrowser({make("<script>alert('x'); for (;;);</script>"), "--timeout", kTimeout});
     EXPECT_EQ(hanging.exitCode, 3);
     EXPECT_THAT(hanging.outputLines(), ElementsAre("dialog: alert \"x\" -> closed"));
-    EXPECT_THAT(hanging.errorLines(),
-                ElementsAre(MatchesRegex("sso-browser: not done after 20 s; still awaited: "
-                                         "http://localhost:[0-9]+/index.html to be loaded")));
+    EXPECT_THAT(
+        hanging.errorLines(),
+        ElementsAre(MatchesRegex("sso-browser: not done after 20 s; still awaited: "
+                                 "http://app-[0-9a-f]+[.]localhost/index.html to be loaded")));
 }
 
 TEST_F(AnUnattendedRun, AnswersWhatPagesAsk) {

@@ -340,6 +340,17 @@ TEST_F(ARunningLoop, TakesWorkUntilTheQuitThatDestroysItTakesEffect) {
     EXPECT_THAT(m_log.all(), ElementsAre("still"));
 }
 
+TEST_F(ARunningLoop, IsDestroyedWhenOneOfItsQuitsSaysSo) {
+    onThread([&] {
+        loops().AttachToCurrentThread(m_loop);
+        loops().PostQuit(m_loop, PP_TRUE);
+        loops().PostQuit(m_loop, PP_FALSE);
+        EXPECT_EQ(loops().Run(m_loop), PP_OK);
+        EXPECT_EQ(m_work.post(m_loop, logs("refused")), PP_ERROR_FAILED);
+    });
+    EXPECT_THAT(m_log.all(), IsEmpty());
+}
+
 TEST_F(ADestroyedLoop, TakesNoWorkAndIsStillTheThreadsLoop) {
     const PP_Resource other = loops().Create(m_instance);
     onThread([&] {

@@ -41,10 +41,23 @@ TEST_F(AModule, ThatKeepsAVarIsReportedWithTheVarsOrigin) {
     EXPECT_THAT(
         m_host->problems(),
         ElementsAre(AllOf(
-            StartsWith("leak"), HasSubstr(idOf(kept)), HasSubstr("string \"kept for ever\""),
-            HasSubstr("PPB_Var.VarFromUtf8"), HasSubstr("pepper-main"),
-            HasSubstr("number " + std::to_string(held.origin.number)), HasSubstr("1 reference"))));
+            StartsWith("leak: the module kept 1 reference to var " + idOf(kept) + " (string"),
+            HasSubstr("string \"kept for ever\""), HasSubstr("PPB_Var.VarFromUtf8"),
+            HasSubstr("pepper-main"), HasSubstr("number " + std::to_string(held.origin.number)),
+            HasSubstr("1 reference"))));
     expectProblems(SizeIs(1));
+}
+
+TEST_F(AModule, IsNotChargedWithWhatTheOneBeforeHasKept) {
+    page();
+    m_host->runOnMain([] { text("kept for ever"); });
+    m_host->unload();
+    EXPECT_THAT(m_host->problems(), SizeIs(1));
+    m_host.reset();
+    page();
+    EXPECT_THAT(m_host->moduleHeldVars(), IsEmpty());
+    m_host->unload();
+    EXPECT_THAT(m_host->problems(), IsEmpty());
 }
 
 TEST_F(AModule, ThatReleasesWhatItMadeIsNotReported) {

@@ -2,7 +2,7 @@
 #ifndef SSO_API_H_
 #define SSO_API_H_
 
-#define SDK_TEXT_BACK int length, char*
+#define SDK_TEXT_BACK int length, char *
 #include "client_library.h"
 
 #endif
