@@ -81,10 +81,7 @@ void Session::destroy(std::int32_t instance) {
     const PP_Instance id = idOf(number);
     m_host->destroy(id);
     embedder::forgetInstance(id);
-    {
-        const std::lock_guard lock(m_mutex);
-        m_live.erase(number);
-    }
+    m_live.erase(number);
     tell(number, "destroyed", true);
 }
 
@@ -151,15 +148,14 @@ std::int32_t Session::addInstance(const Attributes& attributes,
         embedder::forgetInstance(id);
         throw;
     }
-    const std::lock_guard lock(m_mutex);
     const std::int32_t number = ++m_lastNumber;
     m_live[number] = id;
+    const std::lock_guard lock(m_mutex);
     m_numbers[id] = number;
     return number;
 }
 
 std::int32_t Session::numberFor(std::optional<std::int32_t> instance) {
-    const std::lock_guard lock(m_mutex);
     if (!instance) {
         if (m_live.empty()) throw RequestError("there is no instance");
         return m_live.begin()->first;
@@ -170,9 +166,6 @@ std::int32_t Session::numberFor(std::optional<std::int32_t> instance) {
     return *instance;
 }
 
-PP_Instance Session::idOf(std::int32_t number) {
-    const std::lock_guard lock(m_mutex);
-    return m_live.at(number);
-}
+PP_Instance Session::idOf(std::int32_t number) { return m_live.at(number); }
 
 }  // namespace host

@@ -18,6 +18,14 @@ void onThreads(int count, Work work) {
     for (std::thread& thread : threads) thread.join();
 }
 
+/// Does two things at once, each on a thread of its own, and so many times.
+template <typename One, typename Other>
+void atTheSameTime(int times, One one, Other other) {
+    onThreads(2, [&](int number) {
+        for (int i = 0; i < times; ++i) number == 0 ? one() : other();
+    });
+}
+
 /// As the kernel counts them.
 inline pid_t thisThreadId() { return static_cast<pid_t>(syscall(SYS_gettid)); }
 

@@ -95,13 +95,15 @@ class Session {
     const std::optional<embedder::Application> m_application;
     const Sink m_sink;
 
+    // Of the thread that makes the requests alone.
+    std::int32_t m_lastNumber = 0;
+    std::map<std::int32_t, PP_Instance> m_live;
+
     // Guards all below, and the order of events. Taken by the message hook, so never held while the
     // module may be waited for.
     std::mutex m_mutex;
     std::condition_variable m_arrival;
     bool m_holding = false;  // a call or an embedding is under way: its own event comes first
-    std::int32_t m_lastNumber = 0;
-    std::map<std::int32_t, PP_Instance> m_live;
     std::map<PP_Instance, std::int32_t> m_numbers;  // also of instances that are gone
     std::size_t m_messages = 0;
     std::size_t m_awaited = 0;  // of m_messages, by earlier calls of wait()
