@@ -5,6 +5,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -18,11 +19,19 @@ void onThreads(int count, Work work) {
     for (std::thread& thread : threads) thread.join();
 }
 
-/// Does two things at once, each on a thread of its own, and so many times.
+/// Does one thing over and over on a thread of its own, until the other has been done so many times on another.
 template <typename One, typename Other>
-void atTheSameTime(int times, One one, Other other) {
+void atTheSameTime(One one, int times, Other other) {
+    // Relaxed: it must not order what the two do.
+    std::atomic<bool> isOver = false;
     onThreads(2, [&](int number) {
-        for (int i = 0; i < times; ++i) number == 0 ? one() : other();
+        if (number == 0) {
+            do one();
+            while (!isOver.load(std::memory_order_relaxed));
+        } else {
+            for (int i = 0; i < times; ++i) other();
+            isOver.store(true, std::memory_order_relaxed);
+        }
     });
 }
 

@@ -76,4 +76,19 @@ TEST_F(ManyThreads, AreTracedWhileEverythingIsSwitched) {
     EXPECT_EQ(ht_control_open_scopes(), 0U);
 }
 
+TEST_F(ManyThreads, RegisterTheirLibrariesAtTheSameTime) {
+    constexpr int kTimes = 200;
+    const auto comeAndGo = [] {
+        int cell = -1;
+        ht_register_library(&cell);
+        EXPECT_NE(__atomic_load_n(&cell, __ATOMIC_RELAXED), -1);
+        ht_deregister_library(&cell);
+    };
+    support::atTheSameTime(comeAndGo, kTimes, comeAndGo);
+    support::atTheSameTime([] { EXPECT_LE(ht_control_registered(nullptr, 0), 2U); }, kTimes,
+                           comeAndGo);
+    support::atTheSameTime([] { ht_control_set_enabled(1); }, kTimes, comeAndGo);
+    EXPECT_EQ(ht_control_registered(nullptr, 0), 1U);
+}
+
 }  // namespace

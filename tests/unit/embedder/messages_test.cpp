@@ -3,12 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "embedder/commands.h"
 #include "embedder/message_journal.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -100,6 +102,30 @@ TEST_F(TheJournal, MatchesAnAnswerWithoutACommandToWhatCannotBeAnsweredByOne) {
 TEST_F(TheJournal, WritesAnAnswerToNothing) {
     EXPECT_EQ(answered(1, "0", "a"), "nothing");
     EXPECT_EQ(line(0), (json{{"instance", 1}, {"path", "async"}, {"answer", 0}}));
+}
+
+TEST_F(TheJournal, IsWrittenByAllThreadsALineAtATime) {
+    std::size_t asked = 0;
+    const auto ask = [&] {
+        m_journal.posted(1, "1", "x");
+        ++asked;
+    };
+    const auto all = [this] {
+        const auto call = m_journal.called(2, "2", "y");
+        m_journal.replied(call, "3");
+        m_journal.posted(2, "4", "z");
+        m_journal.forget(2);
+    };
+    const std::vector<std::function<void()>> others = {
+        ask,
+        [this] { EXPECT_EQ(answered(3, "5", "x"), "nothing"); },
+        [this] { m_journal.replied(0, "6"); },
+        [this] { m_journal.forget(3); },
+        [&] { EXPECT_THAT(unanswered().size(), ::testing::Ge(asked)); },
+    };
+    for (const auto& other : others) support::atTheSameTime(other, 200, all);
+    EXPECT_EQ(unanswered(), std::vector<std::string>(asked, "1 x"));
+    for (const std::string& text : m_lines) EXPECT_TRUE(json::accept(text)) << text;
 }
 
 TEST(ARefusal, NamesTheMissingPrivilege) {

@@ -13,6 +13,7 @@
 
 #include "browser_tables.h"
 #include "ppapi/c/pp_errors.h"
+#include "thread_tools.h"
 
 namespace {
 
@@ -254,6 +255,14 @@ TEST_F(TheExtension, MayBeConfiguredAnewWhileItIsAsked) {
     }
     configuring.join();
     EXPECT_EQ(call("check_ace_privilege", "a://granted").value, Value(true));
+}
+
+TEST_F(TheExtension, ForgetsAnInstanceWhileAnotherIsConfigured) {
+    support::atTheSameTime([] { embedder::forgetInstance(kNeighbour + 1); }, 300,
+                           [] {
+                               embedder::setApplication(kNeighbour, {"other", {"a://other"}});
+                           });
+    EXPECT_EQ(call("check_ace_privilege", "a://other", kNeighbour).value, Value(true));
 }
 
 TEST_F(TheExtension, GrantsEachInstanceWhatItsOwnApplicationHas) {

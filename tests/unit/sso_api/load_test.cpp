@@ -257,6 +257,14 @@ TEST_F(ManyThreads, SeeOneAccount) {
     EXPECT_EQ(duplicates, 600);
 }
 
+TEST_F(ManyThreads, CountWhatIsOutstandingWhileItComesAndGoes) {
+    useAccount(R"({"popups": {"login": {"delayMs": 0}}})");
+    support::atTheSameTime(
+        [] { EXPECT_THAT(sso_api_control_outstanding(), ::testing::AnyOf(0, 1)); }, 200,
+        [this] { show("page"); });
+    EXPECT_EQ(sso_api_control_outstanding(), 0);
+}
+
 TEST_F(ManyThreads, MayControlTheLibraryWhileOthersUseIt) {
     std::atomic<bool> done = false;
     std::atomic<int> calls = 0;

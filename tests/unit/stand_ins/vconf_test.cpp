@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "slow_observer.h"
+#include "thread_tools.h"
 #include "vconf_control.h"
 
 namespace {
@@ -54,6 +55,28 @@ TEST_F(TheConfigurationStore, RefusesNullArguments) {
     EXPECT_EQ(vconf_watch_key_changed("key", nullptr, nullptr), -1);
     EXPECT_EQ(vconf_ignore_key_changed(nullptr, &one), -1);
     EXPECT_EQ(vconf_control_subscriptions("key"), 0);
+}
+
+TEST_F(TheConfigurationStore, ServesSeveralThreads) {
+    constexpr int kTimes = 200;
+    const auto watchAndIgnore = [] {
+        EXPECT_EQ(vconf_watch_key_changed("other key", &other, nullptr), 0);
+        EXPECT_EQ(vconf_ignore_key_changed("other key", &other), 0);
+    };
+    int watched = 0;
+    support::atTheSameTime(
+        [&] {
+            EXPECT_EQ(vconf_watch_key_changed("key", &one, nullptr), 0);
+            ++watched;
+        },
+        kTimes, watchAndIgnore);
+    support::atTheSameTime([&] { EXPECT_EQ(vconf_control_subscriptions("key"), watched); }, kTimes,
+                           watchAndIgnore);
+    EXPECT_EQ(vconf_ignore_key_changed("key", nullptr), 0);
+    support::atTheSameTime([] { EXPECT_EQ(vconf_ignore_key_changed("other key", &one), -1); },
+                           kTimes, watchAndIgnore);
+    EXPECT_EQ(vconf_control_subscriptions("key"), 0);
+    EXPECT_EQ(vconf_control_subscriptions("other key"), 0);
 }
 
 TEST_F(TheConfigurationStore, TellsAnObserverOfEachWithdrawal) {
