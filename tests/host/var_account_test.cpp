@@ -57,6 +57,16 @@ TEST_F(AModule, IsNotChargedWithWhatTheOneBeforeHasKept) {
     EXPECT_THAT(m_host->problems(), IsEmpty());
 }
 
+TEST_F(AModule, IsNotRecordedBecauseTheOneBeforeWas) {
+    page();
+    host::VarTable::instance().recordOperations(true);
+    m_host->unload();
+    m_host.reset();
+    page();
+    m_host->runOnMain([] { vars().Release(text("not recorded")); });
+    EXPECT_THAT(host::VarTable::instance().operations(), IsEmpty());
+}
+
 TEST_F(AModule, ThatReleasesWhatItMadeIsNotReported) {
     page();
     m_host->runOnMain([&] { vars().Release(text("not kept")); });
