@@ -105,10 +105,9 @@ TEST_F(TheJournal, WritesAnAnswerToNothing) {
 }
 
 TEST_F(TheJournal, IsWrittenByAllThreadsALineAtATime) {
-    std::size_t asked = 0;
-    const auto ask = [&] {
+    const auto ask = [this] {
         m_journal.posted(1, "1", "x");
-        ++asked;
+        EXPECT_EQ(answered(1, "2", "x"), "x");
     };
     const auto all = [this] {
         const auto call = m_journal.called(2, "2", "y");
@@ -121,10 +120,10 @@ TEST_F(TheJournal, IsWrittenByAllThreadsALineAtATime) {
         [this] { EXPECT_EQ(answered(3, "5", "x"), "nothing"); },
         [this] { m_journal.replied(0, "6"); },
         [this] { m_journal.forget(3); },
-        [&] { EXPECT_THAT(unanswered().size(), ::testing::Ge(asked)); },
+        [this] { EXPECT_THAT(unanswered().size(), ::testing::Le(1U)); },
     };
     for (const auto& other : others) support::atTheSameTime(other, 200, all);
-    EXPECT_EQ(unanswered(), std::vector<std::string>(asked, "1 x"));
+    EXPECT_THAT(unanswered(), IsEmpty());
     for (const std::string& text : m_lines) EXPECT_TRUE(json::accept(text)) << text;
 }
 
