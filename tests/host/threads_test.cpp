@@ -33,6 +33,7 @@ using ::testing::Contains;
 using ::testing::Each;
 using ::testing::Ge;
 using ::testing::IsEmpty;
+using ::testing::Le;
 using ::testing::SizeIs;
 
 constexpr int kTimes = 200;
@@ -166,6 +167,15 @@ INSTANTIATE_TEST_SUITE_P(
                 [](const Vars&) { VarTable::instance().recordOperations(true); }}),
     kTitle);
 
+using AVarsProblems = VarTest;
+
+TEST_F(AVarsProblems, AreReadWhileAnotherThreadCausesMore) {
+    const PP_Var dead = deadText("dead");
+    atTheSameTime([] { EXPECT_THAT(table().problems(), SizeIs(Le(kTimes))); }, kTimes,
+                  [&] { vars().Release(dead); });
+    EXPECT_THAT(newProblems(), SizeIs(kTimes));
+}
+
 // Hosts, one after another
 
 using LateDeed = Deed<>;
@@ -225,6 +235,8 @@ class ABusyHost : public HostTest, public ::testing::WithParamInterface<HostDeed
     void SetUp() override {
         m_module.didCreate = [this](PP_Instance instance, const host::Attributes&) {
             m_newest.store(instance, std::memory_order_relaxed);
+            // Until the other thread has posted to it.
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
             return true;
         };
         m_instance = page();
