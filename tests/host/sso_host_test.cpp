@@ -7,6 +7,7 @@
 #include <csignal>
 #include <filesystem>
 #include <regex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -325,6 +326,29 @@ TEST(APost, WithoutAnAnswerIsNotWaitedForBeyondTheLinger) {
     EXPECT_THAT(result.outputLines(),
                 ElementsAre(R"({"error":{"line":1,"reason":"the post has no answer at the end of )"
                             R"(the run"}})"));
+}
+
+TEST(APost, IsAnsweredOrToldToHaveNoAnswerAlsoWhereThatComesAtTheEnd) {
+    constexpr int kPosts = 1000;
+    Words arguments = module("echo_module");
+    arguments.insert(arguments.end(), {"--linger", "0"});
+    const ProcessResult result = runLines(arguments, Words(kPosts, R"({"post":1})"));
+    std::set<int> answered;
+    std::set<int> withoutAnAnswer;
+    for (const std::string& line : result.outputLines()) {
+        const Value told = host::parseJson(line);
+        if (told.has("error")) {
+            withoutAnAnswer.insert(told["error"]["line"].asInt32());
+        } else {
+            EXPECT_EQ(told["message"], Value(1)) << line;
+            EXPECT_TRUE(answered.insert(told["line"].asInt32()).second) << line;
+        }
+    }
+    EXPECT_EQ(result.exitCode, withoutAnAnswer.empty() ? 0 : 1);
+    answered.merge(withoutAnAnswer);
+    EXPECT_THAT(answered, SizeIs(kPosts));
+    EXPECT_EQ(*answered.begin(), 1);
+    EXPECT_EQ(*answered.rbegin(), kPosts);
 }
 
 TEST(APost, WithoutAnAnswerIsToldWithItsCommand) {
