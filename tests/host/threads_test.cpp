@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -211,12 +212,16 @@ INSTANTIATE_TEST_SUITE_P(
                                    vars().Release(var);
                                    vars().Release(var);
                                }},
+                      LateDeed{"KeepsVars", [] { support::text("late"); }},
                       LateDeed{"ReleasesWhatItDoesNotOwn", [] { core().ReleaseResource(77777); }},
                       LateDeed{"PostsAMessage",
                                [] { messaging().PostMessage(1, PP_MakeInt32(1)); }}),
     kTitle);
 
 // Instances
+
+/// It would come last, where the others come and go.
+constexpr PP_Resource kNoResource = std::numeric_limits<PP_Resource>::max();
 
 /// What the threads have in common.
 struct Place {
@@ -249,8 +254,12 @@ class ABusyHost : public HostTest, public ::testing::WithParamInterface<HostDeed
 
     void change() {
         const PP_Instance other = m_host->embed();
-        core().ReleaseResource(loops().Create(m_instance));
-        EXPECT_EQ(m_handler.registerOn(m_instance, m_thread->loop()), PP_OK);
+        const PP_Resource loop = m_thread->loop();
+        for (int i = 0; i < 10; ++i) core().ReleaseResource(loops().Create(m_instance));
+        core().AddRefResource(loop);
+        core().ReleaseResource(loop);
+        vars().Release(VarTable::instance().makeResource(Holder::Module, "test", loop));
+        EXPECT_EQ(m_handler.registerOn(m_instance, loop), PP_OK);
         m_host->post(m_instance, "to the handler, or to the instance");
         messaging().PostMessage(m_instance, PP_MakeInt32(1));
         messaging().PostMessage(0, PP_MakeInt32(1));
@@ -330,9 +339,13 @@ INSTANTIATE_TEST_SUITE_P(
                      const auto nothing = PP_MakeCompletionCallback([](void*, int32_t) {}, nullptr);
                      EXPECT_EQ(loops().PostWork(place.loop, nothing, 0), PP_OK);
                  }},
-        HostDeed{
-            "AsksWhetherALoopIsAView",
-            [](const Place& place) { EXPECT_EQ(support::views().IsView(place.loop), PP_FALSE); }},
+        HostDeed{"AsksWhetherAnythingIsAView",
+                 [](const Place&) { EXPECT_EQ(support::views().IsView(kNoResource), PP_FALSE); }},
+        HostDeed{"PostsWorkToNoLoop",
+                 [](const Place&) {
+                     const auto nothing = PP_MakeCompletionCallback([](void*, int32_t) {}, nullptr);
+                     EXPECT_EQ(loops().PostWork(kNoResource, nothing, 0), PP_ERROR_BADRESOURCE);
+                 }},
         HostDeed{"PutsALoopInAVar",
                  [](const Place& place) {
                      const PP_Var var =
@@ -392,6 +405,28 @@ TEST_F(AThreadsLoop, GetsAHandlerWhileItIsAttached) {
     EXPECT_THAT(m_host->registrations(), SizeIs(kTimes));
 }
 
+TEST_F(AThreadsLoop, IsKeptByOthersWhileItIsAttached) {
+    TearDown();
+    PluginHost::Options options;
+    options.attachDelay = std::chrono::milliseconds(1);
+    m_instance = page(std::move(options));
+    std::vector<PP_Resource> made;
+    std::atomic<PP_Resource> newest = loops().Create(m_instance);
+    made.push_back(newest);
+    const auto keep = [&] {
+        const PP_Resource loop = newest.load(std::memory_order_relaxed);
+        core().AddRefResource(loop);
+        core().ReleaseResource(loop);
+    };
+    atTheSameTime(keep, kFewTimes, [&] {
+        made.push_back(loops().Create(m_instance));
+        newest.store(made.back(), std::memory_order_relaxed);
+        std::thread([&] { EXPECT_EQ(loops().AttachToCurrentThread(made.back()), PP_OK); }).join();
+    });
+    for (const PP_Resource loop : made) core().ReleaseResource(loop);
+    EXPECT_THAT(m_host->liveResources(), IsEmpty());
+}
+
 TEST_F(AThreadsLoop, LosesItsInstanceWhileItIsAttached) {
     whileItIsAttached([&](PP_Resource) {
         EXPECT_TRUE(m_host->destroy(m_instance));
@@ -409,6 +444,16 @@ TEST_F(AThreadsLoop, TakesWorkOrNoneWhileItsThreadEnds) {
     };
     whileItIsAttached(post, false);
     EXPECT_THAT(m_host->liveResources(), IsEmpty());
+}
+
+TEST(AHostsResourceProblems, AreReadWhileAnotherThreadCausesMore) {
+    ScriptedModule module;
+    PluginHost::Options options;
+    options.entryPoints = ScriptedModule::entryPoints();
+    PluginHost host(std::move(options));
+    atTheSameTime([&] { EXPECT_THAT(host.resourceProblems(), SizeIs(Le(kTimes))); }, kTimes,
+                  [] { core().ReleaseResource(kNoResource); });
+    EXPECT_THAT(host.resourceProblems(), SizeIs(kTimes));
 }
 
 // Sessions
