@@ -95,7 +95,7 @@ class WithoutMemory : public ::testing::TestWithParam<Deed> {
 
   private:
     /// An exception ends the process here, as it does in a browser. On its way further out it would destroy the page, and
-    /// so unload the module, beneath the thread of an instance that is made by half.
+    /// so unload the module, beneath the thread of a half-made instance.
     static std::string seenBy(faults::Page& page) noexcept {
         return GetParam().act(page.host(), page.instance());
     }

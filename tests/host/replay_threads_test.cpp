@@ -19,8 +19,8 @@ using host::Value;
 
 constexpr std::size_t kCalls = 50;
 
-/// So many calls in the file's odd lines, each with its answer in the next.
-Recording recordingOfAll() {
+/// Calls on the file's odd lines, each answered on the next.
+Recording recordingOfCalls() {
     std::stringstream lines;
     for (std::size_t i = 0; i < kCalls; ++i) {
         lines << R"({"instance":1,"path":"blocking","request":1})"
@@ -34,7 +34,7 @@ Recording recordingOfAll() {
 /// Plays to another thread, and orders nothing of what the two do.
 class UnguardedPlayer : public RequestPlayer {
   public:
-    /// Has been told of when it returns.
+    /// Returns when the other thread has told of the call.
     void play(std::size_t number, const Request& request) override {
         if (request.verb != Request::Verb::Call) return;
         m_played.store(number, std::memory_order_relaxed);
@@ -62,9 +62,9 @@ class UnguardedPlayer : public RequestPlayer {
     std::atomic<std::size_t> m_told = 0;
 };
 
-/// Runs a replay, each of whose calls is told of on another thread.
-std::string told(const std::function<void(Replay&, std::size_t line)>& tell) {
-    Replay replay(recordingOfAll(), support::kLongEnough);
+/// What a replay says of which another thread tells each call.
+std::string differenceWhen(const std::function<void(Replay&, std::size_t line)>& tell) {
+    Replay replay(recordingOfCalls(), support::kLongEnough);
     UnguardedPlayer player;
     std::thread module([&] { player.eachPlayed([&](std::size_t line) { tell(replay, line); }); });
     const std::string difference = replay.run(player);
@@ -76,11 +76,11 @@ std::string told(const std::function<void(Replay&, std::size_t line)>& tell) {
 void answer(Replay& replay, std::size_t line) { replay.onEvent({{}, 1, "reply", 2}, {line, ""}); }
 
 TEST(AReplay, ComparesWhatAnotherThreadTells) {
-    EXPECT_EQ(told(answer), "r.jsonl: the same: 50 requests, 50 answers");
+    EXPECT_EQ(differenceWhen(answer), "r.jsonl: the same: 50 requests, 50 answers");
 }
 
 TEST(AReplay, IsToldOfAFailureByAnotherThread) {
-    EXPECT_EQ(told([](Replay& replay, std::size_t line) {
+    EXPECT_EQ(differenceWhen([](Replay& replay, std::size_t line) {
                   if (line != 51) return answer(replay, line);
                   replay.onError({line, ""}, "there was none");
               }),
@@ -90,7 +90,7 @@ TEST(AReplay, IsToldOfAFailureByAnotherThread) {
 }
 
 TEST(AReplay, IsToldOfWhatIsTooMuchByAnotherThread) {
-    EXPECT_EQ(told([](Replay& replay, std::size_t line) {
+    EXPECT_EQ(differenceWhen([](Replay& replay, std::size_t line) {
                   if (line == 51) replay.onEvent({{}, 1, "message", 3}, {});
                   answer(replay, line);
               }),

@@ -346,7 +346,7 @@ TEST(APost, IsAnsweredOrToldToHaveNoAnswerAlsoWhereThatComesAtTheEnd) {
     }
     EXPECT_EQ(result.exitCode, withoutAnAnswer.empty() ? 0 : 1);
     answered.merge(withoutAnAnswer);
-    EXPECT_THAT(answered, SizeIs(kPosts));
+    ASSERT_THAT(answered, SizeIs(kPosts));
     EXPECT_EQ(*answered.begin(), 1);
     EXPECT_EQ(*answered.rbegin(), kPosts);
 }

@@ -1,13 +1,16 @@
-// What any thread may call at any time. Each is done over and over by one thread, which does nothing else, while another changes what
-// it reads and a third plays the browser: the thread sanitizer tells of each access without its lock.
+// What any thread may call at any time. Each is done over and over by one thread, which does nothing else, while another
+// changes what it reads; of a host the main thread works, too. The thread sanitizer tells of each access without its lock.
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "host/session.h"
@@ -40,6 +43,9 @@ using ::testing::SizeIs;
 constexpr int kTimes = 200;
 constexpr int kFewTimes = 40;
 
+/// No resource's. It sorts after all of theirs, so a search for it passes where they come and go.
+constexpr PP_Resource kNoResource = std::numeric_limits<PP_Resource>::max();
+
 /// One thing that a thread does, and what it sees of it.
 template <typename... Shared>
 struct Deed {
@@ -52,7 +58,7 @@ void PrintTo(const Deed<Shared...>& deed, std::ostream* out) {
     *out << deed.title;
 }
 
-constexpr auto kTitle = [](const auto& info) { return std::string(info.param.title); };
+constexpr auto titleOf = [](const auto& info) { return std::string(info.param.title); };
 
 // Vars
 
@@ -166,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(
                 }},
         VarDeed{"HasItsOperationsRecorded",
                 [](const Vars&) { VarTable::instance().recordOperations(true); }}),
-    kTitle);
+    titleOf);
 
 using AVarsProblems = VarTest;
 
@@ -198,30 +204,29 @@ TEST_P(AModulesThread, MayOutliveItsHost) {
             const std::vector<std::string> problems = host.resourceProblems();
             EXPECT_THAT(
                 problems,
-                Each("PPB_Core.ReleaseResource without owning a reference: resource 77777"));
+                Each("PPB_Core.ReleaseResource without owning a reference: resource 2147483647"));
             EXPECT_THAT(host.problems(), Each(::testing::HasSubstr("string")));
         });
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    That, AModulesThread,
-    ::testing::Values(LateDeed{"MakesVars",
-                               [] {
-                                   const PP_Var var = support::text("late");
-                                   vars().AddRef(var);
-                                   vars().Release(var);
-                                   vars().Release(var);
-                               }},
-                      LateDeed{"KeepsVars", [] { support::text("late"); }},
-                      LateDeed{"ReleasesWhatItDoesNotOwn", [] { core().ReleaseResource(77777); }},
-                      LateDeed{"PostsAMessage",
-                               [] { messaging().PostMessage(1, PP_MakeInt32(1)); }}),
-    kTitle);
+INSTANTIATE_TEST_SUITE_P(That, AModulesThread,
+                         ::testing::Values(LateDeed{"MakesVars",
+                                                    [] {
+                                                        const PP_Var var = support::text("late");
+                                                        vars().AddRef(var);
+                                                        vars().Release(var);
+                                                        vars().Release(var);
+                                                    }},
+                                           LateDeed{"KeepsVars", [] { support::text("late"); }},
+                                           LateDeed{"ReleasesWhatItDoesNotOwn",
+                                                    [] { core().ReleaseResource(kNoResource); }},
+                                           LateDeed{"PostsAMessage",
+                                                    [] {
+                                                        messaging().PostMessage(1, PP_MakeInt32(1));
+                                                    }}),
+                         titleOf);
 
 // Instances
-
-/// It would come last, where the others come and go.
-constexpr PP_Resource kNoResource = std::numeric_limits<PP_Resource>::max();
 
 /// What the threads have in common.
 struct Place {
@@ -240,7 +245,7 @@ class ABusyHost : public HostTest, public ::testing::WithParamInterface<HostDeed
     void SetUp() override {
         m_module.didCreate = [this](PP_Instance instance, const host::Attributes&) {
             m_newest.store(instance, std::memory_order_relaxed);
-            // Until the other thread has posted to it.
+            // Gives the other thread time to post to it.
             std::this_thread::sleep_for(std::chrono::microseconds(100));
             return true;
         };
@@ -357,7 +362,7 @@ INSTANTIATE_TEST_SUITE_P(
                  [](const Place& place) {
                      EXPECT_THAT(place.host.liveResources(), SizeIs(AnyOf(1U, 2U)));
                  }}),
-    kTitle);
+    titleOf);
 
 // Loops
 

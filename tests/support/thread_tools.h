@@ -19,12 +19,15 @@ void onThreads(int count, Work work) {
     for (std::thread& thread : threads) thread.join();
 }
 
-/// Does one thing over and over on a thread of its own, until the other has been done so many times on another.
+/// Calls `one` on a thread of its own, at least once, until another thread has called `other` so many times.
 template <typename One, typename Other>
 void atTheSameTime(One one, int times, Other other) {
-    // Relaxed: it must not order what the two do.
+    // Relaxed: they must not order what the two do.
+    std::atomic<int> started = 0;
     std::atomic<bool> isOver = false;
     onThreads(2, [&](int number) {
+        started.fetch_add(1, std::memory_order_relaxed);
+        while (started.load(std::memory_order_relaxed) < 2) std::this_thread::yield();
         if (number == 0) {
             do one();
             while (!isOver.load(std::memory_order_relaxed));

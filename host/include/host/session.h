@@ -95,7 +95,7 @@ class Session {
     const std::optional<embedder::Application> m_application;
     const Sink m_sink;
 
-    // Of the thread that makes the requests alone.
+    // Only touched by the thread that makes the requests.
     std::int32_t m_lastNumber = 0;
     std::map<std::int32_t, PP_Instance> m_live;
 
