@@ -65,6 +65,7 @@ constexpr auto titleOf = [](const auto& info) { return std::string(info.param.ti
 struct Vars {
     PP_Var text = support::text("text");
     PP_Var key = support::text("key");
+    PP_Var value = support::text("value");
     PP_Var otherKey = support::text("other key");
     PP_Var dictionary = support::moduleVar(Value::Dictionary{{"key", "value"}});
     PP_Var array = support::moduleVar(Value::Array{"first"});
@@ -87,8 +88,9 @@ class ASharedVar : public VarTest, public ::testing::WithParamInterface<VarDeed>
     }
 
     void release() const {
-        for (const PP_Var& var : {m_vars.text, m_vars.key, m_vars.otherKey, m_vars.dictionary,
-                                  m_vars.array, m_vars.buffer, m_vars.resource}) {
+        for (const PP_Var& var :
+             {m_vars.text, m_vars.key, m_vars.value, m_vars.otherKey, m_vars.dictionary,
+              m_vars.array, m_vars.buffer, m_vars.resource}) {
             vars().Release(var);
         }
     }
@@ -130,6 +132,10 @@ INSTANTIATE_TEST_SUITE_P(
         VarDeed{"HasAMember",
                 [](const Vars& shared) {
                     EXPECT_TRUE(dictionaries().HasKey(shared.dictionary, shared.key));
+                }},
+        VarDeed{"TakesAMember",
+                [](const Vars& shared) {
+                    EXPECT_TRUE(dictionaries().Set(shared.dictionary, shared.key, shared.value));
                 }},
         VarDeed{"GivesAMember",
                 [](const Vars& shared) {
