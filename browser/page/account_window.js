@@ -2,10 +2,18 @@
 // they call, and fields that are filled in from outside. The browser's side is src/account/window_bridge.h.
 "use strict";
 (() => {
-  const waiting = new Map();
+  const kFrames = 6;  // may wait one behind another on the way to the screen; two are sometimes too few
 
-  /** Fills in fields as if somebody typed. */
-  function fill(fields, press) {
+  const waiting = new Map();
+  let fillings = Promise.resolve();  // one after the other
+
+  /** When what is in the page now is on the screen. */
+  async function shown() {
+    for (let frame = 0; frame < kFrames; ++frame) await new Promise(requestAnimationFrame);
+  }
+
+  /** Fills in fields as if somebody typed, who sees them before pressing. */
+  async function fill(fields, press) {
     for (const [name, value] of Object.entries(fields)) {
       for (const field of document.getElementsByName(name)) {
         field.focus();
@@ -13,8 +21,10 @@
         for (const type of ["input", "change"]) field.dispatchEvent(new Event(type, { bubbles: true }));
       }
     }
+    if (!press) return;
+    await shown();
     const button = document.querySelector("button[type=submit]");
-    if (press && button) button.click();
+    if (button) button.click();
   }
 
   const loaded = new Promise(done => document.addEventListener("DOMContentLoaded", done));
@@ -25,7 +35,9 @@
       waiting.get(number)(errors);
       waiting.delete(number);
     });
-    bridge.filled.connect(fill);
+    bridge.filled.connect((fields, press) => {
+      fillings = fillings.then(() => fill(fields, press));
+    });
     await loaded;
     bridge.ready();
   });

@@ -131,6 +131,16 @@ class TheAccountsWindows : public browser::BrowserTest {
         m_run = std::async(std::launch::async, [=] { return runBrowser(arguments, options); });
     }
 
+    /// Fills in the window that is open, with `ssoctl popup fill` and these words.
+    void fill(const std::string& password, std::vector<std::string> words) {
+        support::ProcessOptions options;
+        options.environment = desk();
+        options.input = password;
+        words.insert(words.begin(), {support::builtPath("bin/ssoctl"), "popup", "fill"});
+        const auto filled = support::runProcess(words, options);
+        EXPECT_EQ(filled.exitCode, 0) << filled.errors;
+    }
+
     /// What the script returned.
     Json result() {
         const auto run = m_run.get();
@@ -236,18 +246,40 @@ TEST_F(TheAccountsWindows, AreFilledInByTheRemoteControl) {
     makeState(kSignedOut);
     start(kAskLogin);
     ASSERT_TRUE(m_display.waitFor(kLogin));
-    const auto fill = [this](const std::string& password, std::vector<std::string> words) {
-        support::ProcessOptions options;
-        options.environment = desk();
-        options.input = password;
-        words.insert(words.begin(), {support::builtPath("bin/ssoctl"), "popup", "fill"});
-        const auto filled = support::runProcess(words, options);
-        EXPECT_EQ(filled.exitCode, 0) << filled.errors;
-    };
     fill("", {"loginId=mia"});
     fill("correct horse", {"--password-stdin", "--submit"});
     EXPECT_TRUE(m_display.waitForEnd(kLogin));
     EXPECT_EQ(result(), ended(0));
+}
+
+TEST_F(TheAccountsWindows, AreFilledInWhileTheyAreMinimized) {
+    makeState(kSignedOut);
+    start(kAskLogin);
+    ASSERT_TRUE(m_display.waitFor(kLogin));
+    m_display.minimize(kLogin);
+    EXPECT_FALSE(m_display.shows(kLogin));
+    fill("correct horse", {"loginId=mia", "--password-stdin", "--submit"});
+    EXPECT_EQ(result(), ended(0));
+}
+
+/// As a person does who sees what there is before pressing: the picture, made then, has it.
+TEST_F(TheAccountsWindows, ShowWhatIsFilledInBeforeItIsPressed) {
+    const auto pictureOf = [this](const std::string& name) {
+        const std::string pictures = m_folder.path(name);
+        fs::create_directory(pictures);
+        start(kAskCreate, {"--window-pictures", pictures});
+        EXPECT_TRUE(m_display.waitFor(kCreateAccount));
+        fill("12345678",
+             {"displayName=" + name, "loginId=" + name, "--password-stdin", "--submit"});
+        EXPECT_EQ(result(), ended(0));
+        return readAll(fs::path(pictures) / "1-create-an-account.png");
+    };
+    makeState(kSignedOut);
+    const std::string one = pictureOf("zoe");
+    const std::string other = pictureOf("maximilian");
+    EXPECT_EQ(one.substr(0, 4), "\x89PNG");
+    EXPECT_EQ(other.substr(0, 4), "\x89PNG");
+    EXPECT_TRUE(one != other) << "an empty form is always the same";
 }
 
 TEST_F(TheAccountsWindows, AreUsedByAMouse) {

@@ -140,6 +140,11 @@ void Display::click(const std::string& title, int x, int y) const {
              std::to_string(y), "click", "1"});
 }
 
+void Display::minimize(const std::string& title) const {
+    XUnmapWindow(m_connection, find(title));
+    XSync(m_connection, False);
+}
+
 // What a window manager sends when somebody presses the button; here there is none.
 void Display::close(const std::string& title) const {
     XEvent event{};

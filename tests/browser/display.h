@@ -48,6 +48,8 @@ class Display {
     void type(const std::string& text) const;
     /// Clicks at a place of the window, in pixels.
     void click(const std::string& title, int x, int y) const;
+    /// Takes the window off the screen, as a window manager does with one that is minimized.
+    void minimize(const std::string& title) const;
     /// Presses the button in the title bar that closes the window.
     void close(const std::string& title) const;
 
