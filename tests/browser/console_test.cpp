@@ -153,8 +153,8 @@ TEST_F(TheConsole, BlamesNoStyleSheetForWhatThePageForbidsTheBrowserToAsk) {
         policy.httpEquiv = "Content-Security-Policy";
         policy.content = "connect-src http://elsewhere.example";
         document.head.append(policy);
+        document.addEventListener("securitypolicyviolation", () => setTimeout(() => console.log("end"), 500), { once: true });
         document.body.style.background = "url(there.svg)";
-        setTimeout(() => console.log("end"), 500);
     )js",
                                {"--strict"});
     EXPECT_THAT(lines, ElementsAre(MatchesRegex("console.error: Refused to connect to .*"),
