@@ -74,6 +74,7 @@ void say(const char* format, long value) {
 }
 
 std::atomic<bool> g_holdsNextWrite = false;
+std::atomic<bool> g_holdsWrite = false;  // asked at each write: a lock might stay taken in a fork
 support::Signal g_isHeld;
 support::Signal g_otherHasWritten;
 
@@ -202,9 +203,10 @@ extern "C" __attribute__((visibility("default"))) ssize_t pwrite(int file, const
                                                                  size_t size, off_t offset) {
     static const auto original = reinterpret_cast<decltype(&pwrite)>(dlsym(RTLD_NEXT, "pwrite"));
     if (g_holdsNextWrite.exchange(false)) {
+        g_holdsWrite = true;
         g_isHeld.give();
         say("other has written %ld\n", g_otherHasWritten.wait() ? 1 : 0);
-    } else if (g_isHeld.given()) {
+    } else if (g_holdsWrite) {
         g_otherHasWritten.give();
     }
     return original(file, data, size, offset);
