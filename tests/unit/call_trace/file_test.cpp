@@ -516,6 +516,13 @@ TEST_F(AFork, HasAFileOfItsOwn) {
     EXPECT_THAT(output, ::testing::HasSubstr("files 1\nfiles 1\n"));
 }
 
+TEST_F(AFork, WaitsForAnotherThreadThatOpensTheTrace) {
+    const std::string output = runWell({"fork-while-other-opens"});
+    const json calls = {"innermost", "first", "second", "outer"};
+    EXPECT_EQ(texts(), calls);
+    EXPECT_EQ(texts(fileOfChild(output)), calls);
+}
+
 TEST_F(AFork, IsTracedWhateverOtherThreadsWereDoing) {
     if (SSO_SANITIZED) GTEST_SKIP() << "a sanitizer's allocation may stay locked in the child";
     constexpr int kForks = 25;

@@ -77,6 +77,8 @@ std::atomic<bool> g_holdsNextWrite = false;
 std::atomic<bool> g_holdsWrite = false;  // asked at each write: a lock might stay taken in a fork
 support::Signal g_isHeld;
 support::Signal g_otherHasWritten;
+std::atomic<bool> g_delaysNextWrite = false;
+support::Signal g_isDelayed;
 
 /// Holds one thread in the middle of its write, and is traced on another meanwhile.
 void callWhileOtherWrites() {
@@ -111,19 +113,44 @@ void forkAndLeave() {
     say("child %ld\n", getpid());
 }
 
+/// Forks while another thread is in the middle of opening the trace; the child is traced, too.
+void forkWhileOtherOpens() {
+    g_delaysNextWrite = true;
+    std::thread other(callAround);
+    if (!g_isDelayed.wait()) _exit(1);
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // should it hang
+        say("child %ld\n", getpid());
+        callAround();
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    other.join();
+    if (status != 0) _exit(1);
+}
+
 /// Forks `count` times while other threads are traced; each child is traced and ends.
 void forkAmongThreads(int count) {
+    constexpr int kCallsOfAFork = 20;  // a number, lest a busy machine's trace takes long to read
+    std::atomic<int> callsLeft = 0;
     std::atomic<bool> isEnough = false;
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             while (!isEnough) {
-                for (int call = 0; call < 100; ++call) callAround();
-                usleep(1000);  // else a busy machine's fork waits for seconds
+                if (callsLeft-- > 0) {
+                    callAround();
+                } else {
+                    usleep(100);
+                }
             }
         });
     }
     for (; count > 0; --count) {
+        callsLeft = kCallsOfAFork;
+        while (callsLeft > kCallsOfAFork - 4) std::this_thread::yield();
         const pid_t child = fork();
         if (child == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);  // should it hang
@@ -177,6 +204,8 @@ void take(const Steps& steps, std::size_t index) {
         forkAndWait();
     } else if (name == "fork-and-leave") {
         forkAndLeave();
+    } else if (name == "fork-while-other-opens") {
+        forkWhileOtherOpens();
     } else if (name == "fork-among-threads") {
         forkAmongThreads(std::stoi(value));
     } else if (name == "enable") {
@@ -208,6 +237,9 @@ extern "C" __attribute__((visibility("default"))) ssize_t pwrite(int file, const
         say("other has written %ld\n", g_otherHasWritten.wait() ? 1 : 0);
     } else if (g_holdsWrite) {
         g_otherHasWritten.give();
+    } else if (g_delaysNextWrite.exchange(false)) {
+        g_isDelayed.give();
+        usleep(100000);  // as long as a fork that does not wait may take to begin
     }
     return original(file, data, size, offset);
 }
