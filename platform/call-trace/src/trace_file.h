@@ -13,8 +13,9 @@ namespace call_trace {
 ///
 /// The array's end is kept well behind the last element, with spaces in between, and an element does
 /// not cross the border of two pages unless it is longer than one: a process that is killed while it
-/// writes leaves what it has written as far as such a border. What is left open is the moment in which
-/// the end moves, once in many elements.
+/// writes leaves what it has written as far as such a border. Once in many elements the end moves, from
+/// one page to another, which no single write can do: a process that is killed right then leaves an array
+/// without its end, as the format allows.
 ///
 /// An element gets its place first and is written then, so that several threads can write at once. Until
 /// it is written there are spaces.

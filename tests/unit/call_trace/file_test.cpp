@@ -383,9 +383,29 @@ TEST_P(AKilledProcess, LeavesTheCallsThatHadEnded) {
 TEST_P(AKilledProcess, LeavesAWholeTraceWhenItIsKilledInTheMiddle) {
     for (int round = 0; round < 3; ++round) {
         runAndKill({"calls=900", "pid", "go-on"});
+        // Now and then it is killed while the end moves.
+        if (!json::accept(content())) std::ofstream(file(), std::ios::app) << ']';
         EXPECT_GE(calls().size(), 3600U);
     }
     EXPECT_THAT(files(), ElementsAre("trace.json"));
+}
+
+TEST_F(ATracedProcess, LeavesAnArrayThatLacksItsEndOnlyWhenItIsKilledWhileThatMoves) {
+    Steps steps(20, "call=" + std::string(3000, 'x'));  // few of them fit in front of an end
+    steps.insert(steps.begin(), "");
+    std::vector<int> lackingEnd;
+    for (int write = 2; write <= 26; ++write) {
+        steps[0] = "die-before-write=" + std::to_string(write);
+        EXPECT_EQ(run(steps).signal, SIGKILL);
+        std::string trace = content();
+        if (!json::accept(trace)) {
+            lackingEnd.push_back(write);
+            trace += ']';
+        }
+        EXPECT_TRUE(json::parse(trace, nullptr, false).is_array()) << write;
+    }
+    // One call fits at first, 16 later on. A growth's third write is that of the end.
+    EXPECT_THAT(lackingEnd, ElementsAre(6, 25));
 }
 
 INSTANTIATE_TEST_SUITE_P(BySignal, AKilledProcess, ::testing::Values(SIGTERM, SIGKILL),

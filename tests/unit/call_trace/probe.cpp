@@ -79,6 +79,7 @@ support::Signal g_isHeld;
 support::Signal g_otherHasWritten;
 std::atomic<bool> g_delaysNextWrite = false;
 support::Signal g_isDelayed;
+std::atomic<int> g_writesToDeath = 0;
 
 /// Holds one thread in the middle of its write, and is traced on another meanwhile.
 void callWhileOtherWrites() {
@@ -210,6 +211,8 @@ void take(const Steps& steps, std::size_t index) {
         forkAmongThreads(std::stoi(value));
     } else if (name == "enable") {
         ht_control_set_enabled(std::stoi(value));
+    } else if (name == "die-before-write") {
+        g_writesToDeath = std::stoi(value);
     } else if (name == "limit") {
         limitFiles(value);
     } else if (name == "pid") {
@@ -231,6 +234,7 @@ void take(const Steps& steps, std::size_t index) {
 extern "C" __attribute__((visibility("default"))) ssize_t pwrite(int file, const void* data,
                                                                  size_t size, off_t offset) {
     static const auto original = reinterpret_cast<decltype(&pwrite)>(dlsym(RTLD_NEXT, "pwrite"));
+    if (g_writesToDeath > 0 && --g_writesToDeath == 0) kill(getpid(), SIGKILL);
     if (g_holdsNextWrite.exchange(false)) {
         g_holdsWrite = true;
         g_isHeld.give();
