@@ -69,6 +69,11 @@ TEST_F(AForkOfAProcess, MayBeMadeInsideACallback) {
     EXPECT_EQ(outputOf({"fork-inside"}), "text 0 token-1\n");
 }
 
+TEST_F(AForkOfAProcess, MayBeMadeWhileAnotherThreadMakesTheConnection) {
+    EXPECT_EQ(outputOf({"fork-while-other-connects", "guid", "token"}),
+              "guid 0 guid-1\ntext 0 token-1\n");
+}
+
 TEST_F(AForkOfAProcess, MayBeMadeWhileOtherThreadsAreBusy) {
     if (SSO_SANITIZED != 0) {
         GTEST_SKIP() << "a sanitizer's allocator may stay locked in a forked child";

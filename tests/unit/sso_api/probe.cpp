@@ -1,6 +1,7 @@
 // Uses the client library in a process of its own, step by step as its arguments say, and tells
 // what it sees.
 
+#include <dlfcn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -16,6 +18,7 @@
 #include <vector>
 
 #include "sso_api_control.h"
+#include "thread_signal.h"
 
 namespace {
 
@@ -68,6 +71,21 @@ void goOnInAChild() {
     int status = 0;
     waitpid(child, &status, 0);
     _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+}
+
+std::atomic<bool> g_delaysConnecting = false;
+support::Signal g_isConnecting;
+
+/// Goes on in a child which is made while another thread, as the first one, asks the service.
+void forkWhileOtherConnects() {
+    g_delaysConnecting = true;
+    std::thread([] {
+        char* guid = nullptr;
+        sso_get_guid(&guid);
+        std::free(guid);
+    }).detach();
+    if (!g_isConnecting.wait()) _exit(1);
+    goOnInAChild();
 }
 
 /// The children of many forks, while other threads start operations; each has to use the library to its end.
@@ -143,6 +161,8 @@ void take(const std::string& step) {
         };
         sso_show(nullptr, 0, "page", goOnHere, nullptr);
         for (;;) pause();
+    } else if (step == "fork-while-other-connects") {
+        forkWhileOtherConnects();
     } else if (step == "fork-busily") {
         forkBusily();
     } else if (step == "start") {
@@ -170,6 +190,16 @@ void take(const std::string& step) {
 }
 
 }  // namespace
+
+/// In the C library's place: the library asks for this variable when it makes its connection.
+extern "C" __attribute__((visibility("default"))) char* getenv(const char* name) noexcept {
+    static const auto original = reinterpret_cast<decltype(&getenv)>(dlsym(RTLD_NEXT, "getenv"));
+    if (std::strcmp(name, "SSO_AGENT") == 0 && g_delaysConnecting.exchange(false)) {
+        g_isConnecting.give();
+        usleep(100000);  // as long as a fork that does not wait may take to begin
+    }
+    return original(name);
+}
 
 int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
