@@ -131,15 +131,23 @@ class TheAccountsWindows : public browser::BrowserTest {
         m_run = std::async(std::launch::async, [=] { return runBrowser(arguments, options); });
     }
 
-    /// Fills in the window that is open, with `ssoctl popup fill` and these words.
-    void fill(const std::string& password, std::vector<std::string> words) {
+    void ssoctl(std::vector<std::string> words, const std::string& input = "") {
         support::ProcessOptions options;
         options.environment = desk();
-        options.input = password;
-        words.insert(words.begin(), {support::builtPath("bin/ssoctl"), "popup", "fill"});
-        const auto filled = support::runProcess(words, options);
-        EXPECT_EQ(filled.exitCode, 0) << filled.errors;
+        options.input = input;
+        words.insert(words.begin(), support::builtPath("bin/ssoctl"));
+        const auto done = support::runProcess(words, options);
+        EXPECT_EQ(done.exitCode, 0) << done.errors;
     }
+
+    /// Fills in the window that is open, with `ssoctl popup fill` and these words.
+    void fill(const std::string& password, std::vector<std::string> words) {
+        words.insert(words.begin(), {"popup", "fill"});
+        ssoctl(std::move(words), password);
+    }
+
+    /// Lets a script go on that waits for the sign-in of kSignedOut; see kAwaitSignIn.
+    void signIn() { ssoctl({"sign-in"}); }
 
     /// What the script returned.
     Json result() {
@@ -183,6 +191,12 @@ constexpr const char* kSignedOut = R"json({
     "signedIn": false,
     "terms": { "terms-1": { "version": "3", "title": "Terms of use", "text": "Be kind." } }
 })json";
+
+/// A part of a script with a `plugin`.
+const std::string kAwaitSignIn = R"js(
+        while (plugin.call({ command: "sso_plugin_getLoginStatus" }).value !== 1) {
+            await new Promise(done => setTimeout(done, 50));
+        })js";
 
 TEST_F(TheAccountsWindows, MakeAnAccountAndSignIn) {
     start(R"js(
@@ -363,12 +377,17 @@ TEST_F(TheAccountsWindows, EndWithTheService) {
 }
 
 TEST_F(TheAccountsWindows, AreThereAgainAfterTheEndOfTheBus) {
-    start(
-        "console.log('begins'); const plugin = new Embedding();"
-        "const ended = await plugin.ask({ command: 'sso_plugin_createAccount' });"
-        "await new Promise(done => setTimeout(done, 2500)); console.log('again');"
-        "const closed = await plugin.ask({ command: 'sso_plugin_createAccount' });"
-        "return [ended.state, closed.state];");
+    start(R"js(
+        const plugin = new Embedding();
+        const ask = async () => (await plugin.ask({ command: "sso_plugin_createAccount" })).state;
+        const ended = await ask();
+        let closed = 2;
+        while (closed === 2) {  // until there is a bus again, with somebody who shows windows
+            await new Promise(done => setTimeout(done, 2500));
+            closed = await ask();
+        }
+        return [ended, closed];
+    )js");
     ASSERT_TRUE(m_display.waitFor(kCreateAccount));
     const pid_t killed = bus();
     ASSERT_GT(killed, 0);
@@ -461,10 +480,11 @@ TEST_F(TheAccountsWindows, FailWhenTheirProcessIsKilled) {
 }
 
 TEST_F(TheAccountsWindows, AreOutOfReachOfAnApplicationsPage) {
+    makeState(kSignedOut);
     start(R"js(
         const plugin = new Embedding();
-        const ending = plugin.ask({ command: "sso_plugin_createAccount" });
-        await new Promise(done => setTimeout(done, 2000));
+        const ending = plugin.ask({ command: "sso_plugin_createAccount" });)js" +
+          kAwaitSignIn + R"js(
         const tries = [typeof submit, typeof qt];
         tries.push(await fetch("sso-window:page-1").then(() => "fetched", () => "refused"));
         const frame = document.createElement("iframe");
@@ -479,6 +499,7 @@ TEST_F(TheAccountsWindows, AreOutOfReachOfAnApplicationsPage) {
         return [tries, (await ending).state];
     )js");
     ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    signIn();
     while (m_browser < 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     EXPECT_TRUE(m_display.shows(kCreateAccount));
     m_display.press({"Escape"});
@@ -537,15 +558,17 @@ TEST_F(TheAccountsWindows, AreGoneThroughByTheDemosVisitor) {
 }
 
 TEST_F(TheAccountsWindows, AreTakenAwayWhenTheirCallerGoes) {
+    makeState(kSignedOut);
     start(R"js(
         const plugin = new Embedding();
-        plugin.post({ command: "sso_plugin_createAccount" });
-        await new Promise(done => setTimeout(done, 2000));
+        plugin.post({ command: "sso_plugin_createAccount" });)js" +
+          kAwaitSignIn + R"js(
         plugin.remove();
         await new Promise(done => setTimeout(done, 2500));
         return plugin.received;
     )js");
     ASSERT_TRUE(m_display.waitFor(kCreateAccount));
+    signIn();
     EXPECT_TRUE(m_display.waitForEnd(kCreateAccount, 4));
     EXPECT_EQ(result(), 0);
 }
