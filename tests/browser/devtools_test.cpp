@@ -34,7 +34,7 @@ TEST_F(AnAttachableBrowser, PrintsTheConsoleAsTheEngineHasIt) {
         console.log("text", { a: 1 }, [2]);
         setTimeout(() => { throw new Error("x"); });
         </script><img src="missing.png">)");
-    const auto result = runBrowser({app, "--devtools=0", "--quit-after", "1", "--strict"});
+    const auto result = runBrowser({app, "--devtools=0", "--quit-after", "3", "--strict"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.outputLines(),
                 ElementsAre("console.log: text [object Object] 2",

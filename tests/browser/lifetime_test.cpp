@@ -108,7 +108,7 @@ TEST_F(AnEmbedInTheBrowser, ComesBackWhenItsPageIsReloaded) {
     // The page reloads itself, so there is no script to wait for: the console tells.
     support::ProcessOptions options;
     const auto result = runBrowser({SSO_TEST_PAGE, "--manifest", SSO_TEST_PAGE "/reloading.json",
-                                    "--grant", "partner", "--quit-after", "3"},
+                                    "--grant", "partner", "--quit-after", "8"},
                                    options);
     EXPECT_EQ(result.exitCode, 0) << result.errors;
     Arguments expected;
