@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kScreenshotDelay = 1;  // seconds, when the browser stays
 constexpr int kStrictDelay = 100;       // milliseconds
-constexpr int kCloseDelay = 200;        // milliseconds
+constexpr int kCloseDelay = 2000;       // milliseconds; a busy machine took more than 200
 constexpr double kScriptTimeout = 60;   // seconds
 
 int milliseconds(double seconds) { return static_cast<int>(std::lround(seconds * 1000)); }

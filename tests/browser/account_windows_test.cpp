@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -14,6 +15,7 @@
 #include <mutex>
 #include <random>
 #include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -88,6 +90,19 @@ class EventWatch {
     std::string m_events;
     service::BusClient m_client;
 };
+
+/// When a process began, in ticks of the system; 0 for none. The greatest number of a process is not always the
+/// youngest's: they begin anew.
+std::uint64_t beginOf(pid_t process) {
+    const std::string stat =
+        support::processFile(fs::path("/proc") / std::to_string(process) / "stat");
+    const std::size_t name = stat.rfind(')');  // it may have blanks
+    if (name == std::string::npos) return 0;
+    std::istringstream fields(stat.substr(name + 1));
+    std::string field;
+    for (int i = 0; i < 20; ++i) fields >> field;
+    return std::stoull(field);
+}
 
 class TheAccountsWindows : public browser::BrowserTest {
   protected:
@@ -471,8 +486,10 @@ TEST_F(TheAccountsWindows, FailWhenTheirProcessIsKilled) {
     for (const pid_t process : browser::descendantsOf(m_browser)) {
         const std::string command =
             support::processFile(fs::path("/proc") / std::to_string(process) / "cmdline");
-        if (command.find("--type=renderer") != std::string::npos)
-            youngest = std::max(youngest, process);
+        if (command.find("--type=renderer") != std::string::npos &&
+            beginOf(process) >= beginOf(youngest)) {
+            youngest = process;
+        }
     }
     ASSERT_EQ(kill(youngest, SIGKILL), 0);
     EXPECT_TRUE(m_display.waitForEnd(kCreateAccount, 2));

@@ -1,6 +1,7 @@
 #include "browser_test.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 
 #include "module_path.h"
@@ -27,7 +28,11 @@ support::ProcessResult BrowserTest::runBrowser(const Arguments& arguments,
     options.environment.insert(options.environment.end(), folders.begin(), folders.end());
     // A display of a person must not get dozens of windows, nor may one be needed.
     options.environment.insert(options.environment.end(), {"DISPLAY=", "WAYLAND_DISPLAY="});
-    return support::runProcess(command, options);
+    // Longer than it gives a script, so that it tells what it waits for.
+    options.timeout = std::max(options.timeout, std::chrono::seconds(90));
+    auto result = support::runProcess(command, options);
+    EXPECT_FALSE(result.timedOut) << result.output << result.errors;
+    return result;
 }
 
 std::vector<std::string> BrowserTest::desk() const {
