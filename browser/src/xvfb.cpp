@@ -10,15 +10,19 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <fstream>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 
 namespace browser {
 namespace {
 
 constexpr int kLongestStart = 20000;  // milliseconds
-constexpr int kNotFound = 127;        // as a shell reports it
+constexpr std::chrono::seconds kLongestEnd{5};
+constexpr std::chrono::milliseconds kInterval{10};
+constexpr int kNotFound = 127;  // as a shell reports it
 
 /// Runs in the child. Xvfb writes the number of the display it has chosen to `report`.
 [[noreturn]] void becomeXvfb(pid_t parent, int report, const std::string& screen,
@@ -107,8 +111,12 @@ Xvfb::~Xvfb() { end(); }
 
 void Xvfb::end() {
     if (m_pid <= 0) return;
-    kill(m_pid, SIGTERM);
-    waitpid(m_pid, nullptr, 0);
+    // Over and over: a server that is told just before it waits for its clients may not heed it, and now has none.
+    const auto patience = std::chrono::steady_clock::now() + kLongestEnd;
+    do {
+        kill(m_pid, std::chrono::steady_clock::now() < patience ? SIGTERM : SIGKILL);
+        std::this_thread::sleep_for(kInterval);
+    } while (waitpid(m_pid, nullptr, WNOHANG) == 0);
 }
 
 }  // namespace browser
