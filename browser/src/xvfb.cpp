@@ -111,7 +111,7 @@ Xvfb::~Xvfb() { end(); }
 
 void Xvfb::end() {
     if (m_pid <= 0) return;
-    // Over and over: a server that is told just before it waits for its clients may not heed it, and now has none.
+    // Over and over, and then by force: nothing that a display misses may keep this program.
     const auto patience = std::chrono::steady_clock::now() + kLongestEnd;
     do {
         kill(m_pid, std::chrono::steady_clock::now() < patience ? SIGTERM : SIGKILL);

@@ -184,7 +184,7 @@ TEST_F(ABrowserOfItsOwn, SaysWhenThereIsNoDisplayToBeHad) {
     }
 }
 
-/// Servers are known to miss a signal now and then.
+/// One that misses a signal, and one that heeds none.
 TEST_F(ABrowserOfItsOwn, EndsItsDisplayHoweverDeafThatIs) {
     const std::string real =
         "/usr/bin/Xvfb \"$@\" & server=$!\n"

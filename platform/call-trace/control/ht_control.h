@@ -9,9 +9,9 @@
 /* Control of the development call-tracing service, for tests. Any thread.
  *
  * HT_TRACE in the environment, set and not empty, turns tracing on from the start and names the file
- * that every call is recorded in, in the Trace Event Format: a JSON array. A process that is
- * killed leaves it closed, too, unless that happens in the moment in which the file grows: then the "]"
- * may be missing, which viewers of the format do without. HT_TRACE_TYPES=1 next to it records types. Each process has a file of its
+ * that every call is recorded in, in the Trace Event Format: a JSON array. A process that is killed
+ * leaves it closed, too, unless the file was just growing: then the "]" may be missing, which viewers
+ * of the format do without. HT_TRACE_TYPES=1 next to it records types. Each process has a file of its
  * own: while one has trace.json, another takes trace.<process id>.json. The first traced call opens
  * the file. If that fails, or a later write, one line on standard error says why and the process's
  * tracing goes off.
