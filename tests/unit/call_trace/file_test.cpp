@@ -536,27 +536,6 @@ TEST_F(AFork, HasAFileOfItsOwn) {
     EXPECT_THAT(output, ::testing::HasSubstr("files 1\nfiles 1\n"));
 }
 
-TEST_F(AFork, WaitsForAnotherThreadThatOpensTheTrace) {
-    const std::string output = runWell({"fork-while-other-opens"});
-    const json calls = {"innermost", "first", "second", "outer"};
-    EXPECT_EQ(texts(), calls);
-    EXPECT_EQ(texts(fileOfChild(output)), calls);
-}
-
-TEST_F(AFork, IsTracedWhateverOtherThreadsWereDoing) {
-    if (SSO_SANITIZED) GTEST_SKIP() << "a sanitizer's allocation may stay locked in the child";
-    constexpr int kForks = 25;
-    runWell({"call=1", "fork-among-threads=" + std::to_string(kForks)});
-    int children = 0;
-    for (const std::string& name : files()) {
-        if (name == "trace.json") continue;
-        EXPECT_EQ(texts(name), json({"innermost", "first", "second", "outer"})) << name;
-        ++children;
-    }
-    EXPECT_EQ(children, kForks);
-    EXPECT_EQ(texts()[0], "1");
-}
-
 TEST_F(AFork, EndsTheCallsThatWereOpen) {
     const std::string output = runWell({"open=around", "call=1", "fork", "call=2"});
     EXPECT_EQ(texts(), json({"1", "2", "around"}));
@@ -578,6 +557,33 @@ TEST_F(AFork, DoesNotKeepTheFileOfItsParentFromOthers) {
     run({"call=1", "fork-and-leave", "wait"}, options);
     EXPECT_THAT(files(), ElementsAre("trace.json"));
     EXPECT_EQ(texts(), json({"of another"}));
+}
+
+class AForkAmongThreads : public AFork {
+  protected:
+    void SetUp() override {
+        if (SSO_SANITIZED) GTEST_SKIP() << "a sanitizer's allocation may stay locked in the child";
+    }
+};
+
+TEST_F(AForkAmongThreads, WaitsForOneThatOpensTheTrace) {
+    const std::string output = runWell({"fork-while-other-opens"});
+    const json calls = {"innermost", "first", "second", "outer"};
+    EXPECT_EQ(texts(), calls);
+    EXPECT_EQ(texts(fileOfChild(output)), calls);
+}
+
+TEST_F(AForkAmongThreads, IsTracedWhateverTheyWereDoing) {
+    constexpr int kForks = 25;
+    runWell({"call=1", "fork-among-threads=" + std::to_string(kForks)});
+    int children = 0;
+    for (const std::string& name : files()) {
+        if (name == "trace.json") continue;
+        EXPECT_EQ(texts(name), json({"innermost", "first", "second", "outer"})) << name;
+        ++children;
+    }
+    EXPECT_EQ(children, kForks);
+    EXPECT_EQ(texts()[0], "1");
 }
 
 }  // namespace
