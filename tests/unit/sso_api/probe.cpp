@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "forking.h"
 #include "sso_api_control.h"
 #include "thread_signal.h"
 
@@ -63,6 +64,7 @@ int threads() {
 /// The calling process waits for the other one and ends like it.
 void goOnInAChild() {
     std::fflush(stdout);
+    support::awaitForkableAllocator();
     const pid_t child = fork();
     if (child == 0) {
         alarm(60);  // if it hangs, nobody else would end it
