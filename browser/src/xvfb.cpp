@@ -7,11 +7,13 @@
 #include <sys/random.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <xcb/xcb.h>
 
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -19,10 +21,12 @@
 namespace browser {
 namespace {
 
+constexpr int kMostStarts = 5;        // of displays that cannot be used
 constexpr int kLongestStart = 20000;  // milliseconds
 constexpr std::chrono::seconds kLongestEnd{5};
 constexpr std::chrono::milliseconds kInterval{10};
 constexpr int kNotFound = 127;  // as a shell reports it
+constexpr const char* kKeyType = "MIT-MAGIC-COOKIE-1";
 
 /// Runs in the child. Xvfb writes the number of the display it has chosen to `report`.
 [[noreturn]] void becomeXvfb(pid_t parent, int report, const std::string& screen,
@@ -36,7 +40,7 @@ constexpr int kNotFound = 127;  // as a shell reports it
     const int kept = dup(report);  // without close-on-exec
     const std::string fd = std::to_string(kept);
     execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten",
-           "tcp", "-auth", authority.c_str(), static_cast<char*>(nullptr));
+           "tcp", "-noreset", "-auth", authority.c_str(), static_cast<char*>(nullptr));
     _exit(kNotFound);
 }
 
@@ -46,19 +50,19 @@ void appendField(std::string& out, const std::string& field) {
     out += field;
 }
 
-/// Writes a key for any display, in the form that the X library reads.
-void writeKey(const std::string& path) {
+/// Makes a key for any display, and writes it in the form that the X library reads.
+std::string makeKey(const std::string& path) {
     std::string key(16, '\0');
     if (getrandom(key.data(), key.size(), 0) != static_cast<ssize_t>(key.size())) {
         throw std::runtime_error("no random numbers to be had");
     }
     std::string entry = "\xff\xff";  // any address
-    for (const std::string& field :
-         {std::string(), std::string(), std::string("MIT-MAGIC-COOKIE-1"), key}) {
+    for (const std::string& field : {std::string(), std::string(), std::string(kKeyType), key}) {
         appendField(entry, field);
     }
     std::ofstream file(path, std::ios::binary);
     if (!(file << entry << std::flush)) throw std::runtime_error(path + " cannot be written");
+    return key;
 }
 
 /// The number, which a line end follows. Empty when the other end is closed first; nothing when that
@@ -77,12 +81,31 @@ std::optional<std::string> readNumber(int fd) {
     }
 }
 
+/// Whether a program can use it: on a busy machine one has refused the first connection after it had told its number.
+bool acceptsConnections(const std::string& display, std::string key) {
+    std::string type = kKeyType;
+    xcb_auth_info_t auth{static_cast<int>(type.size()), type.data(), static_cast<int>(key.size()),
+                         key.data()};
+    const std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)> connection(
+        xcb_connect_to_display_with_auth_info(display.c_str(), &auth, nullptr), xcb_disconnect);
+    return xcb_connection_has_error(connection.get()) == 0;
+}
+
 }  // namespace
 
 Xvfb::Xvfb(int width, int height, const std::filesystem::path& folder)
     : m_authority((folder / "xauthority").string()) {
-    writeKey(m_authority);
+    const std::string key = makeKey(m_authority);
     const std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
+    for (int left = kMostStarts; left > 0; --left) {
+        m_display = ":" + start(screen);
+        if (acceptsConnections(m_display, key)) return;
+        end();
+    }
+    throw std::runtime_error("Xvfb, the virtual display, accepts no connection");
+}
+
+std::string Xvfb::start(const std::string& screen) {
     std::array<int, 2> ends;
     if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe to be had");
     const pid_t parent = getpid();
@@ -91,10 +114,7 @@ Xvfb::Xvfb(int width, int height, const std::filesystem::path& folder)
     close(ends[1]);
     const auto number = m_pid < 0 ? std::nullopt : readNumber(ends[0]);
     close(ends[0]);
-    if (number && !number->empty()) {
-        m_display = ":" + *number;
-        return;
-    }
+    if (number && !number->empty()) return *number;
     // It closes its end when it ends, maybe a moment before that.
     int status = 0;
     const bool ended = number && waitpid(m_pid, &status, 0) == m_pid;

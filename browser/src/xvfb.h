@@ -16,7 +16,7 @@ class Xvfb {
     /// the thread that made it.
     ///
     /// @param width,height  of the screen, in pixels.
-    /// @throws std::runtime_error   when Xvfb is not installed or does not start.
+    /// @throws std::runtime_error   when Xvfb is not installed, does not start, or cannot be used.
     /// @param folder        that only this user can enter; gets the key without which nobody else can
     ///                      use the display.
     Xvfb(int width, int height, const std::filesystem::path& folder);
@@ -29,6 +29,8 @@ class Xvfb {
     const std::string& authority() const { return m_authority; }
 
   private:
+    /// @return the number of the display.
+    std::string start(const std::string& screen);
     void end();
 
     pid_t m_pid = -1;

@@ -184,27 +184,59 @@ TEST_F(ABrowserOfItsOwn, SaysWhenThereIsNoDisplayToBeHad) {
     }
 }
 
+class ABrowserWithAStrangeDisplay : public ABrowserOfItsOwn {
+  protected:
+    /// @param script  what Xvfb does.
+    support::ProcessResult run(const std::string& script, support::ProcessOptions options = {}) {
+        m_folder.write("Xvfb", "#!/bin/sh\n" + script);
+        fs::permissions(m_folder.path("Xvfb"), fs::perms::owner_all);
+        options.environment = {"PATH=" + m_folder.path("") + ":" + std::getenv("PATH")};
+        return runBrowser(
+            {SSO_TEST_PAGE, "--run-script", m_folder.write("a.js", "console.log(1); return 1;")},
+            options);
+    }
+
+    /// A script for displays that nobody can connect to, and for a good one after so many.
+    std::string badOnes(int count) const {
+        const std::string starts = m_folder.path("starts");
+        return "echo $3 >>" + starts + "\n[ $(wc -l <" + starts + ") -le " + std::to_string(count) +
+               " ] || exec /usr/bin/Xvfb \"$@\"\n" + "echo 32000 >/proc/$$/fd/$2\nexec sleep 60\n";
+    }
+
+    std::string starts() const { return support::processFile(m_folder.path("starts")); }
+};
+
+TEST_F(ABrowserWithAStrangeDisplay, StartsAnother) {
+    const auto result = run(badOnes(4));
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(starts(), "-screen\n-screen\n-screen\n-screen\n-screen\n");
+}
+
+TEST_F(ABrowserWithAStrangeDisplay, SaysSoWhenThereIsNoOther) {
+    const auto result = run(badOnes(1000));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.errorLines(),
+                ElementsAre("sso-browser: Xvfb, the virtual display, accepts no connection"));
+    EXPECT_EQ(starts(), "-screen\n-screen\n-screen\n-screen\n-screen\n");
+}
+
 /// One that misses a signal, and one that heeds none.
-TEST_F(ABrowserOfItsOwn, EndsItsDisplayHoweverDeafThatIs) {
-    const std::string real =
-        "/usr/bin/Xvfb \"$@\" & server=$!\n"
-        "while kill -0 $server 2>&-; do wait $server; done\n";
+TEST_F(ABrowserWithAStrangeDisplay, EndsItHoweverDeafItIs) {
     for (const char* heeds : {"trap 'trap \"kill \\$server\" TERM' TERM\n", "trap '' TERM\n"}) {
         SCOPED_TRACE(heeds);
-        m_folder.write("Xvfb", std::string("#!/bin/sh\n") + heeds + real);
-        fs::permissions(m_folder.path("Xvfb"), fs::perms::owner_all);
-        support::ProcessOptions options;
-        options.environment = {"PATH=" + m_folder.path("") + ":" + std::getenv("PATH")};
         std::map<pid_t, std::string> servers;  // with their command lines: numbers begin anew
+        support::ProcessOptions options;
         options.onOutput = [&](pid_t browser, const std::string&) {
             for (const pid_t process : browser::descendantsOf(browser)) {
                 const std::string command = commandOf(process);
                 if (command.find("-displayfd") != std::string::npos) servers[process] = command;
             }
         };
-        const auto result = runBrowser(
-            {SSO_TEST_PAGE, "--run-script", m_folder.write("a.js", "console.log(1); return 1;")},
-            options);
+        const auto result =
+            run(heeds + std::string("/usr/bin/Xvfb \"$@\" & server=$!\n"
+                                    "while kill -0 $server 2>&-; do wait $server; done\n"),
+                options);
         EXPECT_EQ(result.exitCode, 0) << result.errors;
         EXPECT_THAT(servers, ::testing::SizeIs(2));  // and its shell
         for (const auto& [process, command] : servers) EXPECT_NE(commandOf(process), command);
