@@ -82,10 +82,11 @@ std::optional<std::string> readNumber(int fd) {
 }
 
 /// Whether a program can use it: on a busy machine one has refused the first connection after it had told its number.
-bool acceptsConnections(const std::string& display, std::string key) {
-    std::string type = kKeyType;
-    xcb_auth_info_t auth{static_cast<int>(type.size()), type.data(), static_cast<int>(key.size()),
-                         key.data()};
+bool acceptsConnections(const std::string& display, const std::string& key) {
+    std::string name = kKeyType;
+    std::string data = key;
+    xcb_auth_info_t auth{static_cast<int>(name.size()), name.data(), static_cast<int>(data.size()),
+                         data.data()};
     const std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)> connection(
         xcb_connect_to_display_with_auth_info(display.c_str(), &auth, nullptr), xcb_disconnect);
     return xcb_connection_has_error(connection.get()) == 0;
