@@ -29,6 +29,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
 
 class ABrowserOfItsOwn : public browser::BrowserTest {
   protected:
@@ -205,6 +206,16 @@ class ABrowserWithAStrangeDisplay : public ABrowserOfItsOwn {
 
     std::string starts() const { return support::processFile(m_folder.path("starts")); }
 };
+
+/// Without -noreset the server starts anew when the trial connection, its first client, leaves.
+TEST_F(ABrowserWithAStrangeDisplay, HasItWithoutResetsAndNetworkForItselfAlone) {
+    const std::string file = m_folder.path("arguments");
+    const auto result = run("echo \"$@\" >" + file + "\nexec /usr/bin/Xvfb \"$@\"\n");
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_THAT(support::processFile(file),
+                MatchesRegex("-displayfd [0-9]+ -screen 0 1280x800x24 -nolisten tcp -noreset "
+                             "-auth /.*/xauthority\n"));
+}
 
 TEST_F(ABrowserWithAStrangeDisplay, StartsAnother) {
     const auto result = run(badOnes(4));
