@@ -107,9 +107,8 @@ std::uint64_t beginOf(pid_t process) {
 class TheAccountsWindows : public browser::BrowserTest {
   protected:
     ~TheAccountsWindows() override {
-        if (!m_run.valid()) return;
-        const auto run = m_run.get();
-        if (HasFailure()) ADD_FAILURE() << "the browser wrote:\n" << run.output << run.errors;
+        if (m_run.valid()) m_last = m_run.get();
+        if (HasFailure()) ADD_FAILURE() << "the browser wrote:\n" << m_last.output << m_last.errors;
     }
 
     /// Makes the state as a JSON text says.
@@ -166,12 +165,12 @@ class TheAccountsWindows : public browser::BrowserTest {
 
     /// What the script returned.
     Json result() {
-        const auto run = m_run.get();
+        m_last = m_run.get();
         const std::string start = "result: ";
-        for (const std::string& line : run.outputLines()) {
+        for (const std::string& line : m_last.outputLines()) {
             if (line.rfind(start, 0) == 0) return Json::parse(line.substr(start.size()));
         }
-        ADD_FAILURE() << "no result:\n" << run.output << run.errors;
+        ADD_FAILURE() << "no result";
         return {};
     }
 
@@ -196,6 +195,7 @@ class TheAccountsWindows : public browser::BrowserTest {
 
     browser::Display m_display;
     std::future<support::ProcessResult> m_run;
+    support::ProcessResult m_last;     ///< of the browser that has ended
     std::atomic<pid_t> m_browser{-1};  ///< once it has written something
 };
 
@@ -494,6 +494,10 @@ TEST_F(TheAccountsWindows, FailWhenTheirProcessIsKilled) {
     ASSERT_EQ(kill(youngest, SIGKILL), 0);
     EXPECT_TRUE(m_display.waitForEnd(kCreateAccount, 2));
     EXPECT_EQ(result(), ended(2));
+    EXPECT_THAT(
+        m_last.errorLines(),
+        ::testing::ElementsAre("sso-browser: a window of the account service failed: its page's "
+                               "process ended with 9"));
 }
 
 TEST_F(TheAccountsWindows, AreOutOfReachOfAnApplicationsPage) {

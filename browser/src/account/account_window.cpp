@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "account_window_text.h"
+#include "src/output.h"
 
 namespace browser {
 namespace {
@@ -82,9 +83,12 @@ AccountWindow::AccountWindow(Observer observer)
     layout->addWidget(m_view.get());
     setFocusProxy(m_view.get());
     connect(m_page.get(), &QWebEnginePage::loadFinished, this, [this](bool succeeded) {
-        if (!succeeded) fail();
+        if (!succeeded) fail(QStringLiteral("its page was not loaded"));
     });
-    connect(m_page.get(), &QWebEnginePage::renderProcessTerminated, this, [this] { fail(); });
+    connect(m_page.get(), &QWebEnginePage::renderProcessTerminated, this,
+            [this](QWebEnginePage::RenderProcessTerminationStatus /*status*/, int code) {
+                fail(QStringLiteral("its page's process ended with %1").arg(code));
+            });
     addKeys();
 }
 
@@ -154,7 +158,10 @@ void AccountWindow::closeEvent(QCloseEvent* event) {
     end(&Observer::closed);
 }
 
-void AccountWindow::fail() { end(&Observer::failed); }
+void AccountWindow::fail(const QString& why) {
+    if (!m_isOver) complain(QStringLiteral("a window of the account service failed: ") + why);
+    end(&Observer::failed);
+}
 
 void AccountWindow::end(std::function<void()> Observer::*how) {
     if (!std::exchange(m_isOver, true)) (m_observer.*how)();

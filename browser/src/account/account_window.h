@@ -50,7 +50,7 @@ class AccountWindow : public QWidget {
     };
 
     void addKeys();
-    void fail();
+    void fail(const QString& why);
     /// Tells the observer that it is over, unless it knows.
     void end(std::function<void()> Observer::*how);
 
