@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -15,6 +16,8 @@ namespace service {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr const char* kOwnErrors = "example.korvane.";
 
 std::uint64_t microseconds(std::chrono::milliseconds time) {
     return static_cast<std::uint64_t>(std::chrono::microseconds(time).count());
@@ -44,8 +47,10 @@ struct BusClient::Call {
     sd_bus_slot* slot = nullptr;
 };
 
-BusClient::BusClient(std::string address, Prepare prepare)
-    : m_address(std::move(address)), m_prepare(std::move(prepare)) {}
+BusClient::BusClient(std::string address, Prepare prepare, Complain complain)
+    : m_address(std::move(address)),
+      m_prepare(std::move(prepare)),
+      m_complain(std::move(complain)) {}
 
 BusClient::~BusClient() {
     {
@@ -154,19 +159,24 @@ bool BusClient::connect() {
 
 void BusClient::disconnect() {
     m_ping = sd_bus_slot_unref(m_ping);
-    failAll();
+    failAll("the connection to the bus has ended");
     m_socket = -1;
     sd_bus_close(m_bus);
     m_bus = sd_bus_unref(m_bus);
 }
 
-void BusClient::failAll() {
+void BusClient::failAll(const char* why) {
     Calls failed;
     failed.swap(m_calls);
+    if (!failed.empty()) complain(why);
     for (Call& call : failed) {
         sd_bus_slot_unref(std::exchange(call.slot, nullptr));
         call.read(nullptr);
     }
+}
+
+void BusClient::complain(const char* why) {
+    if (m_complain && !std::exchange(m_hasComplained, true)) m_complain(why);
 }
 
 void BusClient::start(Call wanted) {
@@ -194,12 +204,19 @@ void BusClient::start(Call wanted) {
     m_calls.splice(m_calls.end(), started);
 }
 
-int BusClient::onAnswer(sd_bus_message* answer, void* user, sd_bus_error* /*error*/) {
+int BusClient::onAnswer(sd_bus_message* answer, void* user, sd_bus_error* /*unused*/) {
     Call& call = *static_cast<Call*>(user);
     Calls done;
     done.splice(done.begin(), call.client->m_calls, call.self);
     const bool isGood = sd_bus_message_is_method_error(answer, nullptr) == 0 &&
                         sd_bus_message_has_signature(answer, call.method->out) > 0;
+    const sd_bus_error* error = sd_bus_message_get_error(answer);
+    // What the service refuses is an answer, too.
+    if (error != nullptr && std::strncmp(error->name, kOwnErrors, std::strlen(kOwnErrors)) != 0) {
+        call.client->complain(error->message != nullptr ? error->message : error->name);
+    } else {
+        call.client->m_hasComplained = false;
+    }
     call.read(isGood ? answer : nullptr);
     sd_bus_slot_unref(call.slot);
     return 1;
@@ -224,7 +241,7 @@ int BusClient::onPong(sd_bus_message* answer, void* user, sd_bus_error* /*error*
     BusClient& client = *static_cast<BusClient*>(user);
     client.m_ping = sd_bus_slot_unref(client.m_ping);
     client.m_nextPing = Clock::now() + kPingInterval;
-    if (sd_bus_message_is_method_error(answer, nullptr) > 0) client.failAll();
+    if (sd_bus_message_is_method_error(answer, nullptr) > 0) client.failAll("it is silent");
     return 1;
 }
 

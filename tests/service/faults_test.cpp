@@ -57,6 +57,15 @@ struct Victim {
     void (*kill)(ServiceProcess& process);
 };
 
+struct Ended {
+    const char* name;
+    const char* cause;  ///< as it is told
+    void (*kill)(ServiceProcess& process);
+};
+
+class AHundredOperations : public WhenSomethingIsKilled,
+                           public ::testing::WithParamInterface<Ended> {};
+
 class AThousandOperations : public WhenSomethingIsKilled,
                             public ::testing::WithParamInterface<Victim> {};
 
@@ -197,6 +206,29 @@ TEST_F(AnOperationThatWasGivenUp, ChangesNothingLater) {
     EXPECT_TRUE(mappedUsers(ServiceProcess::instance().database()).empty());
 }
 
+/// Whoever looks for the cause has it from the library, once, however many operations it ends.
+TEST_P(AHundredOperations, HaveTheCauseToldOnce) {
+    start(R"(, "requestDelayMs": 60000)");
+    OperationsUnderWay operations;
+    for (int i = 0; i < 100; ++i) operations.addMapping("user-" + std::to_string(i));
+    EXPECT_EQ(operations.countStarted(), 100);
+    ::testing::internal::CaptureStderr();
+    GetParam().kill(ServiceProcess::instance());
+    EXPECT_TRUE(operations.wait(8s));
+    const std::string told = ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(told, std::string("sso_api: the account service does not answer: ") +
+                        GetParam().cause + "\n");
+    operations.expectOneCallbackEach();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Killed, AHundredOperations,
+    ::testing::Values(
+        Ended{"Service", "Message recipient disconnected from message bus without replying",
+              [](ServiceProcess& process) { process.killService(SIGKILL); }},
+        Ended{"Bus", "Connection terminated", [](ServiceProcess& process) { process.killBus(); }}),
+    [](const auto& info) { return std::string(info.param.name); });
+
 /// A service that is stopped keeps its name, and says nothing.
 class ASilentService : public WhenSomethingIsKilled {
   protected:
@@ -225,8 +257,11 @@ TEST_F(ASilentService, EndsWhatWasUnderWay) {
     OperationsUnderWay operations;
     for (int i = 0; i < 100; ++i) operations.addMapping("user-" + std::to_string(i));
     EXPECT_EQ(operations.countStarted(), 100);
+    ::testing::internal::CaptureStderr();
     ServiceProcess::instance().killService(SIGSTOP);
     EXPECT_TRUE(operations.wait(8s));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "sso_api: the account service does not answer: it is silent\n");
     operations.expectOneCallbackEach();
     EXPECT_TRUE(operations.done().empty());
 }

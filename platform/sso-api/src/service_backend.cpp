@@ -75,6 +75,16 @@ void tellWhoShowsWindows() {
     });
 }
 
+/// A page is told no more than that it failed.
+void tellWhyNobodyAnswers(const std::string& why) {
+    std::fprintf(stderr, "sso_api: the account service does not answer: %s\n", why.c_str());
+}
+
+std::unique_ptr<service::BusClient> makeClient(const std::string& address) {
+    return std::make_unique<service::BusClient>(address, service::BusClient::Prepare(),
+                                                &tellWhyNobodyAnswers);
+}
+
 CallbackArguments read(sd_bus_message* message) {
     CallbackArguments told = unreachable();
     const std::string_view signature = sd_bus_message_get_signature(message, 1);
@@ -121,13 +131,13 @@ class OnBus : public ServiceBackend {
         : m_address(std::move(address)),
           m_path(std::move(path)),
           m_agent(std::move(agent)),
-          m_client(std::make_unique<service::BusClient>(m_address)) {}
+          m_client(makeClient(m_address)) {}
 
     /// In a forked child.
     void beginAnew() {
         m_client->closeInChild();
         m_ofParent = m_client.release();
-        m_client = std::make_unique<service::BusClient>(m_address);
+        m_client = makeClient(m_address);
     }
 
     bool canStart(Operation operation) override;

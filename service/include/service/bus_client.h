@@ -38,9 +38,12 @@ class BusClient {
     using Read = std::function<void(sd_bus_message* answer)>;
     /// Prepares a new connection, on its thread: objects, further calls. A negative errno gives it up.
     using Prepare = std::function<int(sd_bus* bus)>;
+    /// Is told, on the connection's thread, why calls that were under way have no answer: once until one has. May
+    /// not throw.
+    using Complain = std::function<void(const std::string& why)>;
 
     /// @param address  of the bus, as in DBUS_SESSION_BUS_ADDRESS.
-    explicit BusClient(std::string address, Prepare prepare = {});
+    explicit BusClient(std::string address, Prepare prepare = {}, Complain complain = {});
     /// Waits for the call of a Read that runs; the others are not called.
     ~BusClient();
     /// In a forked child, which has not the thread: closes its copies of the connection, which is the parent's.
@@ -70,7 +73,8 @@ class BusClient {
     void disconnect();
     void start(Call call);
     void ping();
-    void failAll();
+    void failAll(const char* why);
+    void complain(const char* why);
     static int onAnswer(sd_bus_message* answer, void* call, sd_bus_error* error);
     static int onPong(sd_bus_message* answer, void* client, sd_bus_error* error);
     void wait();
@@ -78,6 +82,7 @@ class BusClient {
 
     const std::string m_address;
     const Prepare m_prepare;
+    const Complain m_complain;
     std::mutex m_mutex;
     std::deque<Call> m_wanted;  ///< not started yet
     bool m_stopping = false;
@@ -88,6 +93,7 @@ class BusClient {
     sd_bus* m_bus = nullptr;
     Calls m_calls;  ///< under way
     sd_bus_slot* m_ping = nullptr;
+    bool m_hasComplained = false;  ///< since the last answer
     std::chrono::steady_clock::time_point m_nextPing;
 };
 
